@@ -1,0 +1,47 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <ctime>
+#include <mutex>
+#include <string>
+
+namespace aidl::vendor::zenth::hardware::misc {
+
+class ZenthFpga {
+  public:
+    ZenthFpga();
+    ~ZenthFpga();
+
+    // Starts the detached fault watcher when the fault node exists.
+    void startFpgaThread();
+    // Starts the detached one-shot FPGA health reporter.
+    void fpgaReportStats();
+
+    int readFpgaOpInfoEn(const char* path, char* cb_data, int nodeFlag);
+    int writeFpgaOpInfoEn(const char* path, const std::string& info);
+};
+
+// Fault watcher thread body.
+int fpgaWriteOpFunc();
+// Records one fault value in the operation record of the reserve partition.
+int fpgaOpWrite(unsigned long value);
+// Saves the kernel log for one fault value, then trims the fault log directory.
+int LogSaveFunc(unsigned long value);
+
+struct FileEntry {
+    std::string fileName;
+    struct timespec modTime;
+};
+bool compareFiles(const FileEntry& a, const FileEntry& b);
+int DeleteOldLog();
+
+extern std::mutex gFpgaOpInfoMutex;
+extern std::mutex gFpgaLogMutex;
+extern std::mutex gExceptionWindowMutex;
+
+inline constexpr int kExceptionKindCount = 4;
+extern std::chrono::steady_clock::time_point gExceptionWindowStart[kExceptionKindCount];
+extern uint8_t gExceptionWindowBudget[kExceptionKindCount];
+
+}  // namespace aidl::vendor::zenth::hardware::misc
