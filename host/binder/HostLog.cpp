@@ -1,0 +1,54 @@
+// Logcat-style log lines on stderr for binaries running off-device.
+
+#include <zenth_host/host_log.h>
+
+#include <android/log.h>
+#include <sys/syscall.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <string>
+
+namespace zenth_host {
+
+namespace {
+
+char priorityLetter(int priority) {
+    static constexpr char kLetters[] = "??VDIWEFS";
+    return priority >= 0 && priority < static_cast<int>(sizeof(kLetters) - 1) ? kLetters[priority]
+                                                                              : '?';
+}
+
+// "MM-DD HH:MM:SS.mmm  PID  TID P tag: " as logcat's threadtime format shows it.
+std::string linePrefix(int priority, const char* tag) {
+    timespec now = {};
+    clock_gettime(CLOCK_REALTIME, &now);
+    tm local = {};
+    localtime_r(&now.tv_sec, &local);
+    char stamp[32];
+    strftime(stamp, sizeof(stamp), "%m-%d %H:%M:%S", &local);
+    char prefix[96];
+    snprintf(prefix, sizeof(prefix), "%s.%03ld %5d %5d %c ", stamp, now.tv_nsec / 1000000L,
+             static_cast<int>(getpid()), static_cast<int>(syscall(SYS_gettid)),
+             priorityLetter(priority));
+    return std::string(prefix) + (tag != nullptr ? tag : "") + ": ";
+}
+
+}  // namespace
+
+void logcatLogger(const struct __android_logger_data* data, const char* message) {
+    const std::string prefix = linePrefix(data->priority, data->tag);
+    std::string text;
+    // One output line per message line; a trailing newline does not start another.
+    std::string rest = message != nullptr ? message : "";
+    do {
+        size_t end = rest.find('\n');
+        text += prefix + rest.substr(0, end) + "\n";
+        rest = end == std::string::npos ? std::string() : rest.substr(end + 1);
+    } while (!rest.empty());
+    // One write per message keeps lines of concurrent threads apart.
+    fwrite(text.data(), 1, text.size(), stderr);
+}
+
+}  // namespace zenth_host

@@ -1,0 +1,66 @@
+// Runs before main in every host binary: logging, the environment's platform set-up and the
+// release signal of the thread pool. Linked whole so that nothing drops it.
+
+#include "HostStartup.h"
+
+#include <android/binder_manager.h>
+#include <android/log.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <sstream>
+#include <string>
+
+#include <zenth_host/FakeStats.h>
+#include <zenth_host/binder_host.h>
+#include <zenth_host/host_log.h>
+
+namespace zenth_host {
+
+namespace {
+
+bool environmentIs(const char* name, const char* value) {
+    const char* set = std::getenv(name);
+    return set != nullptr && std::strcmp(set, value) == 0;
+}
+
+void declareFromEnvironment() {
+    const char* list = std::getenv("ZENTH_HOST_DECLARED");
+    if (list == nullptr) return;
+    std::istringstream names(list);
+    for (std::string name; std::getline(names, name, ',');) {
+        if (!name.empty()) declareInstance(name);
+    }
+}
+
+void startStatsFromEnvironment() {
+    const bool failing = environmentIs("ZENTH_HOST_STATS", "error");
+    if (!failing && !environmentIs("ZENTH_HOST_STATS", "1")) return;
+    auto stats = ndk::SharedRefBase::make<FakeStats>();
+    stats->setPrinting(true);
+    stats->setFailing(failing);
+    // The service manager keeps the service alive for the whole process.
+    if (AServiceManager_addService(stats->asBinder().get(), FakeStats::instanceName().c_str()) !=
+        EX_NONE) {
+        std::fputs("host: statistics service not registered\n", stderr);
+    }
+}
+
+struct HostStartup {
+    HostStartup() {
+        // Off-device every priority is shown.
+        __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
+        __android_log_set_logger(logcatLogger);
+        declareFromEnvironment();
+        startStatsFromEnvironment();
+        setRegistrationRefused(environmentIs("ZENTH_HOST_REFUSE_REGISTRATION", "1"));
+        installThreadPoolReleaseSignal();
+    }
+};
+
+const HostStartup gHostStartup;
+
+}  // namespace
+
+}  // namespace zenth_host

@@ -1,0 +1,41 @@
+/*
+ * Interface IStats of android.frameworks.stats, version 1 (stand-in of the generated header).
+ */
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include <aidl/android/frameworks/stats/VendorAtom.h>
+#include <android/binder_interface_utils.h>
+
+namespace aidl {
+namespace android {
+namespace frameworks {
+namespace stats {
+
+class IStats : public ::ndk::ICInterface {
+  public:
+    static const char* descriptor;
+    IStats();
+    virtual ~IStats();
+
+    static inline const int32_t version = 1;
+    static inline const std::string hash = "b0f3e0e5c4a2d9a1f7e4c3b2a190817263544536";
+
+    static constexpr uint32_t TRANSACTION_reportVendorAtom = FIRST_CALL_TRANSACTION + 0;
+
+    // The local object for a binder of this interface; null for no binder or another interface.
+    static std::shared_ptr<IStats> fromBinder(const ::ndk::SpAIBinder& binder);
+
+    virtual ::ndk::ScopedAStatus reportVendorAtom(
+            const ::aidl::android::frameworks::stats::VendorAtom& in_vendorAtom) = 0;
+    virtual ::ndk::ScopedAStatus getInterfaceVersion(int32_t* _aidl_return) = 0;
+    virtual ::ndk::ScopedAStatus getInterfaceHash(std::string* _aidl_return) = 0;
+};
+
+}  // namespace stats
+}  // namespace frameworks
+}  // namespace android
+}  // namespace aidl

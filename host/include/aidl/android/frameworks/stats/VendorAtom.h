@@ -1,0 +1,44 @@
+/*
+ * Parcelable VendorAtom of android.frameworks.stats, version 1 (stand-in of the generated header).
+ */
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <tuple>
+#include <type_traits>
+#include <vector>
+
+#include <aidl/android/frameworks/stats/VendorAtomValue.h>
+
+namespace aidl {
+namespace android {
+namespace frameworks {
+namespace stats {
+
+class VendorAtom {
+  public:
+    typedef std::false_type fixed_size;
+    static const char* descriptor;
+
+    std::string reverseDomainName;
+    int32_t atomId = 0;
+    std::vector<::aidl::android::frameworks::stats::VendorAtomValue> values;
+
+    inline bool operator==(const VendorAtom& _rhs) const {
+        return std::tie(reverseDomainName, atomId, values) ==
+               std::tie(_rhs.reverseDomainName, _rhs.atomId, _rhs.values);
+    }
+    inline bool operator!=(const VendorAtom& _rhs) const { return !(*this == _rhs); }
+    inline bool operator<(const VendorAtom& _rhs) const {
+        return std::tie(reverseDomainName, atomId, values) <
+               std::tie(_rhs.reverseDomainName, _rhs.atomId, _rhs.values);
+    }
+
+    std::string toString() const;
+};
+
+}  // namespace stats
+}  // namespace frameworks
+}  // namespace android
+}  // namespace aidl

@@ -1,0 +1,58 @@
+/*
+ * Interface IZenthMisc of vendor.zenth.hardware.misc, version 1 (stand-in of the generated header).
+ */
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <aidl/vendor/zenth/hardware/misc/ZenthMiscStatus.h>
+#include <android/binder_interface_utils.h>
+
+namespace aidl {
+namespace vendor {
+namespace zenth {
+namespace hardware {
+namespace misc {
+
+class IZenthMisc : public ::ndk::ICInterface {
+  public:
+    static const char* descriptor;
+    IZenthMisc();
+    virtual ~IZenthMisc();
+
+    static inline const int32_t version = 1;
+    static inline const std::string hash = "6f0c3e9d2a41b7c85e13f4a09d27b6c1e8a5f302";
+
+    static constexpr uint32_t TRANSACTION_initialize = FIRST_CALL_TRANSACTION + 0;
+    static constexpr uint32_t TRANSACTION_isMiscNodeSupport = FIRST_CALL_TRANSACTION + 1;
+    static constexpr uint32_t TRANSACTION_miscReadNodeFile = FIRST_CALL_TRANSACTION + 2;
+    static constexpr uint32_t TRANSACTION_miscWriteNodeFile = FIRST_CALL_TRANSACTION + 3;
+    static constexpr uint32_t TRANSACTION_saveCalibrationData = FIRST_CALL_TRANSACTION + 4;
+
+    // The local object for a binder of this interface; null for no binder or another interface.
+    static std::shared_ptr<IZenthMisc> fromBinder(const ::ndk::SpAIBinder& binder);
+
+    virtual ::ndk::ScopedAStatus initialize(
+            ::aidl::vendor::zenth::hardware::misc::ZenthMiscStatus* _aidl_return) = 0;
+    virtual ::ndk::ScopedAStatus isMiscNodeSupport(int32_t in_deviceId, int32_t in_nodeFlag,
+                                                   int32_t* _aidl_return) = 0;
+    virtual ::ndk::ScopedAStatus miscReadNodeFile(int32_t in_deviceId, int32_t in_nodeFlag,
+                                                  std::string* _aidl_return) = 0;
+    virtual ::ndk::ScopedAStatus miscWriteNodeFile(int32_t in_deviceId, int32_t in_nodeFlag,
+                                                   const std::string& in_data,
+                                                   int32_t* _aidl_return) = 0;
+    virtual ::ndk::ScopedAStatus saveCalibrationData(int32_t in_type,
+                                                     const std::vector<uint8_t>& in_calibrationData,
+                                                     int32_t in_length, bool* _aidl_return) = 0;
+    virtual ::ndk::ScopedAStatus getInterfaceVersion(int32_t* _aidl_return) = 0;
+    virtual ::ndk::ScopedAStatus getInterfaceHash(std::string* _aidl_return) = 0;
+};
+
+}  // namespace misc
+}  // namespace hardware
+}  // namespace zenth
+}  // namespace vendor
+}  // namespace aidl

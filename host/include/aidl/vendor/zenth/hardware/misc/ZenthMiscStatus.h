@@ -1,0 +1,41 @@
+/*
+ * Parcelable ZenthMiscStatus of vendor.zenth.hardware.misc (stand-in of the generated header).
+ */
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <tuple>
+#include <type_traits>
+
+namespace aidl {
+namespace vendor {
+namespace zenth {
+namespace hardware {
+namespace misc {
+
+class ZenthMiscStatus {
+  public:
+    typedef std::false_type fixed_size;
+    static const char* descriptor;
+
+    int32_t status = 0;
+
+    inline bool operator==(const ZenthMiscStatus& _rhs) const {
+        return std::tie(status) == std::tie(_rhs.status);
+    }
+    inline bool operator!=(const ZenthMiscStatus& _rhs) const { return !(*this == _rhs); }
+    inline bool operator<(const ZenthMiscStatus& _rhs) const {
+        return std::tie(status) < std::tie(_rhs.status);
+    }
+
+    inline std::string toString() const {
+        return "ZenthMiscStatus{status: " + std::to_string(status) + "}";
+    }
+};
+
+}  // namespace misc
+}  // namespace hardware
+}  // namespace zenth
+}  // namespace vendor
+}  // namespace aidl

@@ -1,0 +1,148 @@
+/*
+ * Owning wrappers of the binder NDK's C objects (host stand-in).
+ */
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+#include <android/binder_ibinder.h>
+#include <android/binder_status.h>
+
+namespace ndk {
+
+// Holds one strong reference to a binder.
+class SpAIBinder {
+  public:
+    SpAIBinder() = default;
+    // Takes over a reference the caller already owns.
+    explicit SpAIBinder(AIBinder* binder) : mBinder(binder) {}
+    SpAIBinder(std::nullptr_t) : SpAIBinder() {}  // NOLINT(google-explicit-constructor)
+    SpAIBinder(const SpAIBinder& other) : mBinder(other.mBinder) {
+        if (mBinder != nullptr) AIBinder_incStrong(mBinder);
+    }
+    SpAIBinder(SpAIBinder&& other) noexcept : mBinder(other.release()) {}
+    ~SpAIBinder() { set(nullptr); }
+
+    SpAIBinder& operator=(const SpAIBinder& other) {
+        if (this == &other) return *this;
+        if (other.mBinder != nullptr) AIBinder_incStrong(other.mBinder);
+        set(other.mBinder);
+        return *this;
+    }
+    SpAIBinder& operator=(SpAIBinder&& other) noexcept {
+        if (this != &other) set(other.release());
+        return *this;
+    }
+
+    // Drops the held reference and takes over binder's.
+    void set(AIBinder* binder) {
+        AIBinder* old = mBinder;
+        mBinder = binder;
+        if (old != nullptr) AIBinder_decStrong(old);
+    }
+    AIBinder* get() const { return mBinder; }
+    AIBinder* release() {
+        AIBinder* binder = mBinder;
+        mBinder = nullptr;
+        return binder;
+    }
+    AIBinder** getR() { return &mBinder; }
+
+    bool operator==(const SpAIBinder& rhs) const { return mBinder == rhs.mBinder; }
+    bool operator!=(const SpAIBinder& rhs) const { return mBinder != rhs.mBinder; }
+    bool operator<(const SpAIBinder& rhs) const { return mBinder < rhs.mBinder; }
+
+  private:
+    AIBinder* mBinder = nullptr;
+};
+
+namespace impl {
+
+// Owns one C resource and releases it with Destroy.
+template <typename T, void (*Destroy)(T), T DEFAULT>
+class ScopedAResource {
+  public:
+    explicit ScopedAResource(T t = DEFAULT) : mT(t) {}
+    ~ScopedAResource() { set(DEFAULT); }
+    ScopedAResource(const ScopedAResource&) = delete;
+    ScopedAResource& operator=(const ScopedAResource&) = delete;
+    ScopedAResource(ScopedAResource&& other) noexcept : mT(other.release()) {}
+    ScopedAResource& operator=(ScopedAResource&& other) noexcept {
+        if (this != &other) set(other.release());
+        return *this;
+    }
+
+    void set(T t) {
+        if (t == mT) return;
+        T old = mT;
+        mT = t;
+        if (old != DEFAULT) Destroy(old);
+    }
+    T get() const { return mT; }
+    T release() {
+        T t = mT;
+        mT = DEFAULT;
+        return t;
+    }
+    T* getR() { return &mT; }
+
+    bool operator==(const ScopedAResource& rhs) const { return mT == rhs.mT; }
+    bool operator!=(const ScopedAResource& rhs) const { return mT != rhs.mT; }
+
+  private:
+    T mT;
+};
+
+}  // namespace impl
+
+class ScopedAStatus : public impl::ScopedAResource<AStatus*, AStatus_delete, nullptr> {
+  public:
+    explicit ScopedAStatus(AStatus* a = nullptr) : ScopedAResource(a) {}
+    ScopedAStatus(ScopedAStatus&&) = default;
+    ScopedAStatus& operator=(ScopedAStatus&&) = default;
+
+    bool isOk() const { return get() != nullptr && AStatus_isOk(get()); }
+    binder_exception_t getExceptionCode() const { return AStatus_getExceptionCode(get()); }
+    int32_t getServiceSpecificError() const { return AStatus_getServiceSpecificError(get()); }
+    binder_status_t getStatus() const { return AStatus_getStatus(get()); }
+    const char* getMessage() const { return AStatus_getMessage(get()); }
+
+    std::string getDescription() const {
+        const char* cStr = AStatus_getDescription(get());
+        std::string ret = cStr;
+        AStatus_deleteDescription(cStr);
+        return ret;
+    }
+
+    static ScopedAStatus ok() { return ScopedAStatus(AStatus_newOk()); }
+    static ScopedAStatus fromExceptionCode(binder_exception_t exception) {
+        return ScopedAStatus(AStatus_fromExceptionCode(exception));
+    }
+    static ScopedAStatus fromExceptionCodeWithMessage(binder_exception_t exception,
+                                                      const char* message) {
+        return ScopedAStatus(AStatus_fromExceptionCodeWithMessage(exception, message));
+    }
+    static ScopedAStatus fromServiceSpecificError(int32_t serviceSpecific) {
+        return ScopedAStatus(AStatus_fromServiceSpecificError(serviceSpecific));
+    }
+    static ScopedAStatus fromServiceSpecificErrorWithMessage(int32_t serviceSpecific,
+                                                             const char* message) {
+        return ScopedAStatus(AStatus_fromServiceSpecificErrorWithMessage(serviceSpecific, message));
+    }
+    static ScopedAStatus fromStatus(binder_status_t status) {
+        return ScopedAStatus(AStatus_fromStatus(status));
+    }
+};
+
+class ScopedAIBinder_Weak
+    : public impl::ScopedAResource<AIBinder_Weak*, AIBinder_Weak_delete, nullptr> {
+  public:
+    explicit ScopedAIBinder_Weak(AIBinder_Weak* a = nullptr) : ScopedAResource(a) {}
+    ScopedAIBinder_Weak(ScopedAIBinder_Weak&&) = default;
+    ScopedAIBinder_Weak& operator=(ScopedAIBinder_Weak&&) = default;
+
+    SpAIBinder promote() const { return SpAIBinder(AIBinder_Weak_promote(get())); }
+};
+
+}  // namespace ndk

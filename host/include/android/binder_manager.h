@@ -1,0 +1,25 @@
+/*
+ * The service manager of the binder NDK (host stand-in: one in-process registry).
+ */
+#pragma once
+
+#include <android/binder_ibinder.h>
+#include <android/binder_status.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+// Registers binder under instance; the service manager keeps its own strong reference.
+__attribute__((warn_unused_result)) binder_exception_t AServiceManager_addService(
+        AIBinder* binder, const char* instance);
+
+// A new strong reference to the service, or null when it is not running. Never waits.
+AIBinder* AServiceManager_checkService(const char* instance);
+
+// Whether the instance is declared in the device's service manifest.
+bool AServiceManager_isDeclared(const char* instance);
+
+#ifdef __cplusplus
+}
+#endif

@@ -1,0 +1,46 @@
+/*
+ * Host-only: a statistics service that records the vendor atoms it receives.
+ */
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include <aidl/android/frameworks/stats/BnStats.h>
+
+namespace zenth_host {
+
+class FakeStats : public ::aidl::android::frameworks::stats::BnStats {
+  public:
+    using VendorAtom = ::aidl::android::frameworks::stats::VendorAtom;
+
+    // Service-specific error answered while failing.
+    static constexpr int32_t kFailureError = 1;
+
+    // The descriptor of IStats followed by "/default".
+    static std::string instanceName();
+
+    ndk::ScopedAStatus reportVendorAtom(const VendorAtom& in_vendorAtom) override;
+
+    // Every atom is recorded; while failing, the call answers with kFailureError.
+    void setFailing(bool failing);
+    // While printing, each atom is written to stdout as one line.
+    void setPrinting(bool printing);
+
+    std::vector<VendorAtom> atoms() const;
+    // Waits until at least count atoms have arrived.
+    bool waitForAtoms(size_t count, std::chrono::milliseconds timeout) const;
+
+  private:
+    mutable std::mutex mMutex;
+    mutable std::condition_variable mArrived;
+    std::vector<VendorAtom> mAtoms;
+    bool mFailing = false;
+    bool mPrinting = false;
+};
+
+}  // namespace zenth_host

@@ -1,0 +1,6 @@
+package vendor.zenth.hardware.misc;
+
+@VintfStability
+parcelable ZenthMiscStatus {
+    int status;
+}
