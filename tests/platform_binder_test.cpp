@@ -72,6 +72,20 @@ TEST_F(PlatformBinderTest, AsBinderKeepsOneBinderUntilItDies) {
     EXPECT_EQ(mDestroyed, 1);
 }
 
+TEST_F(PlatformBinderTest, WeakReferenceOutlivesItsBinder) {
+    auto misc = ndk::SharedRefBase::make<Misc>(&mDestroyed);
+    AIBinder* binder = misc->asBinder().release();
+    AIBinder_Weak* weak = AIBinder_Weak_new(binder);
+    AIBinder* promoted = AIBinder_Weak_promote(weak);
+    EXPECT_EQ(promoted, binder);
+    AIBinder_decStrong(promoted);
+    AIBinder_decStrong(binder);
+    misc.reset();
+    EXPECT_EQ(mDestroyed, 1);
+    EXPECT_EQ(AIBinder_Weak_promote(weak), nullptr);
+    AIBinder_Weak_delete(weak);
+}
+
 TEST_F(PlatformBinderTest, AsBinderFromSeveralThreadsWhileBindersDie) {
     auto misc = ndk::SharedRefBase::make<Misc>(&mDestroyed);
     auto useBinders = [&misc] {

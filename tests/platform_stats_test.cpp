@@ -47,6 +47,7 @@ TEST(PlatformVendorAtomValueTest, EachAlternativeKeepsItsTag) {
 
     s.set<Tag::intValue>(4);
     EXPECT_EQ(s, VendorAtomValue::make<Tag::intValue>(4));
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_DEATH((void)i.get<Tag::stringValue>(), "wrong tag");
 }
 

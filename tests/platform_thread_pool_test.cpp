@@ -43,6 +43,12 @@ TEST_F(PlatformThreadPoolTest, JobsRunOnTheJoinedThreadUntilReleased) {
     }
     EXPECT_EQ(joined.wait_for(0s), std::future_status::timeout);
 
+    // Work posted from the serving thread itself runs at once instead of waiting for itself.
+    bool nested = false;
+    EXPECT_TRUE(zenth_host::runOnThreadPool(
+            [&] { nested = zenth_host::runOnThreadPool([] {}, 0ms); }, 5s));
+    EXPECT_TRUE(nested);
+
     zenth_host::releaseThreadPool();
     ASSERT_EQ(joined.wait_for(5s), std::future_status::ready);
     EXPECT_EQ(joined.get(), servedOn);
