@@ -43,6 +43,7 @@ class NodeInterfaceTest : public DeviceTest {
                 makeDir(kNode);
                 return kNode;
             case Setup::Missing:
+                makeDir("/proc/zenth_test");  // so that only the node itself is missing
                 return kMissingNode;
             case Setup::ReadOnlyFile:
                 writeFile(kNode, setup.content, 0444);
