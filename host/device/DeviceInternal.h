@@ -18,8 +18,8 @@ int accessDenied(const std::string& hostPath, int mode);
 int entryChangeDenied(const std::string& hostPath);
 int listingDenied(const std::string& hostPath);
 
-// The fault node: registers a descriptor opened on it.
-void adoptFaultNodeDescriptor(int fd);
+// The fault node: registers a descriptor opened on it; false when too many are open.
+bool adoptFaultNodeDescriptor(int fd);
 
 void resetFaultNode();
 void resetKernelLog();

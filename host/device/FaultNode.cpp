@@ -10,7 +10,6 @@
 #include <cstring>
 #include <deque>
 #include <mutex>
-#include <vector>
 
 #include "DeviceInternal.h"
 #include "RealCalls.h"
@@ -19,7 +18,15 @@
 namespace emulated::fault_node {
 namespace {
 
-enum class Kind { Value, PollInterrupted, PollTimeout, PollWithoutPollin, PollError, LseekError, ReadError };
+enum class Kind {
+    Value,
+    PollInterrupted,
+    PollTimeout,
+    PollWithoutPollin,
+    PollError,
+    LseekError,
+    ReadError,
+};
 
 struct Event {
     Kind kind;
@@ -39,7 +46,6 @@ struct Node {
     std::condition_variable changed;
     std::deque<Event> pending;
     bool armed = false;  // the front event passed poll
-    std::vector<int> descriptors;
     unsigned pollCalls = 0;
     unsigned blockedPolls = 0;
 };
@@ -49,11 +55,41 @@ Node& node() {
     return *instance;
 }
 
-// Read on every poll, lseek, read and close of the process: the only cost they pay.
+// Every poll, lseek, read and close of the process asks whether its descriptor is the
+// node's, so the answer takes no lock: a count, and slots holding descriptor + 1 (0: free).
+constexpr int kMaxDescriptors = 8;
 std::atomic<int> gOpenCount{0};
+std::atomic<int> gDescriptors[kMaxDescriptors];
 
-bool isNodeDescriptor(const Node& n, int fd) {
-    return std::find(n.descriptors.begin(), n.descriptors.end(), fd) != n.descriptors.end();
+bool isNodeDescriptor(int fd) {
+    if (gOpenCount.load(std::memory_order_acquire) == 0) return false;
+    for (const std::atomic<int>& slot : gDescriptors) {
+        if (slot.load(std::memory_order_acquire) == fd + 1) return true;
+    }
+    return false;
+}
+
+// With the node locked.
+bool addDescriptor(int fd) {
+    for (std::atomic<int>& slot : gDescriptors) {
+        int free = 0;
+        if (slot.compare_exchange_strong(free, fd + 1)) {
+            gOpenCount.fetch_add(1);
+            return true;
+        }
+    }
+    return false;
+}
+
+// With the node locked.
+void removeDescriptor(int fd) {
+    for (std::atomic<int>& slot : gDescriptors) {
+        int mine = fd + 1;
+        if (slot.compare_exchange_strong(mine, 0)) {
+            gOpenCount.fetch_sub(1);
+            return;
+        }
+    }
 }
 
 void inject(const Event& event) {
@@ -116,8 +152,8 @@ int pollNode(struct pollfd* entry, int timeout) {
 }
 
 // The armed event for a call on a node descriptor, if it is of the given kinds.
-bool takeArmed(Node& n, int fd, Kind a, Kind b, Event* event) {
-    if (!n.armed || !isNodeDescriptor(n, fd)) return false;
+bool takeArmed(Node& n, Kind a, Kind b, Event* event) {
+    if (!n.armed) return false;
     Kind kind = n.pending.front().kind;
     if (kind != a && kind != b) return false;
     *event = n.pending.front();
@@ -191,24 +227,21 @@ bool waitUntilIdle(std::chrono::milliseconds timeout) {
 }
 
 bool waitUntilClosed(std::chrono::milliseconds timeout) {
-    return waitFor(timeout, [](const Node& n) { return n.descriptors.empty(); });
+    return waitFor(timeout, [](const Node&) { return gOpenCount.load() == 0; });
 }
 
 }  // namespace emulated::fault_node
 
 namespace emulated::internal {
 
-using fault_node::Event;
-using fault_node::Kind;
 using fault_node::Node;
 using fault_node::node;
 
-void adoptFaultNodeDescriptor(int fd) {
+bool adoptFaultNodeDescriptor(int fd) {
     Node& n = node();
     std::lock_guard<std::mutex> lock(n.mutex);
-    n.descriptors.push_back(fd);
-    fault_node::gOpenCount.fetch_add(1);
     n.changed.notify_all();
+    return fault_node::addDescriptor(fd);
 }
 
 void resetFaultNode() {
@@ -225,23 +258,15 @@ void resetFaultNode() {
 namespace {
 
 using emulated::fault_node::Event;
+using emulated::fault_node::isNodeDescriptor;
 using emulated::fault_node::Kind;
 using emulated::fault_node::Node;
 
-bool nodeMayBeOpen() {
-    return emulated::fault_node::gOpenCount.load(std::memory_order_relaxed) != 0;
-}
-
 bool armedFor(int fd, Kind a, Kind b, Event* event) {
+    if (!isNodeDescriptor(fd)) return false;
     Node& n = emulated::fault_node::node();
     std::lock_guard<std::mutex> lock(n.mutex);
-    return emulated::fault_node::takeArmed(n, fd, a, b, event);
-}
-
-bool onNode(int fd) {
-    Node& n = emulated::fault_node::node();
-    std::lock_guard<std::mutex> lock(n.mutex);
-    return emulated::fault_node::isNodeDescriptor(n, fd);
+    return emulated::fault_node::takeArmed(n, a, b, event);
 }
 
 ssize_t readNode(void* buf, size_t count, const Event& event) {
@@ -256,14 +281,14 @@ ssize_t readNode(void* buf, size_t count, const Event& event) {
 extern "C" {
 
 int __wrap_poll(struct pollfd* fds, nfds_t count, int timeout) {
-    if (!nodeMayBeOpen() || count != 1 || !onNode(fds[0].fd)) {
+    if (count != 1 || !isNodeDescriptor(fds[0].fd)) {
         return __real_poll(fds, count, timeout);
     }
     return emulated::fault_node::pollNode(&fds[0], timeout);
 }
 
 int __wrap___poll_chk(struct pollfd* fds, nfds_t count, int timeout, size_t fdslen) {
-    if (!nodeMayBeOpen() || count != 1 || !onNode(fds[0].fd)) {
+    if (count != 1 || !isNodeDescriptor(fds[0].fd)) {
         return __real___poll_chk(fds, count, timeout, fdslen);
     }
     return emulated::fault_node::pollNode(&fds[0], timeout);
@@ -271,7 +296,7 @@ int __wrap___poll_chk(struct pollfd* fds, nfds_t count, int timeout, size_t fdsl
 
 off_t __wrap_lseek(int fd, off_t offset, int whence) {
     Event event;
-    if (nodeMayBeOpen() && armedFor(fd, Kind::LseekError, Kind::LseekError, &event)) {
+    if (armedFor(fd, Kind::LseekError, Kind::LseekError, &event)) {
         return emulated::fault_node::fail(event.error);
     }
     return __real_lseek(fd, offset, whence);
@@ -283,7 +308,7 @@ off64_t __wrap_lseek64(int fd, off64_t offset, int whence) {
 
 ssize_t __wrap_read(int fd, void* buf, size_t count) {
     Event event;
-    if (nodeMayBeOpen() && armedFor(fd, Kind::Value, Kind::ReadError, &event)) {
+    if (armedFor(fd, Kind::Value, Kind::ReadError, &event)) {
         return readNode(buf, count, event);
     }
     return __real_read(fd, buf, count);
@@ -291,22 +316,18 @@ ssize_t __wrap_read(int fd, void* buf, size_t count) {
 
 ssize_t __wrap___read_chk(int fd, void* buf, size_t count, size_t buflen) {
     Event event;
-    if (nodeMayBeOpen() && armedFor(fd, Kind::Value, Kind::ReadError, &event)) {
+    if (armedFor(fd, Kind::Value, Kind::ReadError, &event)) {
         return readNode(buf, std::min(count, buflen), event);
     }
     return __real___read_chk(fd, buf, count, buflen);
 }
 
 int __wrap_close(int fd) {
-    if (nodeMayBeOpen()) {
+    if (isNodeDescriptor(fd)) {
         Node& n = emulated::fault_node::node();
         std::lock_guard<std::mutex> lock(n.mutex);
-        auto found = std::find(n.descriptors.begin(), n.descriptors.end(), fd);
-        if (found != n.descriptors.end()) {
-            n.descriptors.erase(found);
-            emulated::fault_node::gOpenCount.fetch_sub(1);
-            n.changed.notify_all();
-        }
+        emulated::fault_node::removeDescriptor(fd);
+        n.changed.notify_all();
     }
     return __real_close(fd);
 }

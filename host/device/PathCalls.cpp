@@ -35,8 +35,10 @@ int openMapped(const char* path, int flags, mode_t mode, RealOpen realOpen) {
     if (!mapPath(path, &mapped)) return realOpen(path, flags, mode);
     if (int error = emulated::internal::openDenied(mapped, flags)) return fail(error);
     int fd = realOpen(mapped.c_str(), flags, mode);
-    if (fd >= 0 && std::strcmp(path, emulated::fault_node::kPath) == 0) {
-        emulated::internal::adoptFaultNodeDescriptor(fd);
+    if (fd >= 0 && std::strcmp(path, emulated::fault_node::kPath) == 0 &&
+        !emulated::internal::adoptFaultNodeDescriptor(fd)) {
+        __real_close(fd);
+        return fail(EMFILE);
     }
     return fd;
 }
