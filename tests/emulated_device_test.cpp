@@ -176,10 +176,6 @@ TEST_F(FaultNodeTest, PollBlocksUntilAnEventIsInjected) {
     EXPECT_EQ(value, 5u);
 }
 
-TEST_F(FaultNodeTest, PollWithTimeoutReturnsZeroWhenNothingIsInjected) {
-    EXPECT_EQ(pollNode(1).result, 0);
-}
-
 TEST_F(FaultNodeTest, OtherDescriptorsKeepTheirOwnBehaviour) {
     int pipeEnds[2];
     ASSERT_EQ(pipe(pipeEnds), 0);
