@@ -1,0 +1,29 @@
+#pragma once
+
+// Shared by the interposed calls of the emulated device; not part of its API.
+
+#include <sys/types.h>
+
+#include <string>
+
+namespace emulated::internal {
+
+// Sets *hostPath and returns true when the path is mapped under the current root.
+bool mapPath(const char* devicePath, std::string* hostPath);
+
+// Owner permission checks on a mapped host path (see EmulatedDevice.h); each returns 0
+// or the errno value to fail with.
+int openDenied(const std::string& hostPath, int flags);
+int accessDenied(const std::string& hostPath, int mode);
+int entryChangeDenied(const std::string& hostPath);
+int listingDenied(const std::string& hostPath);
+
+// The fault node: registers a descriptor opened on it; false when too many are open.
+bool adoptFaultNodeDescriptor(int fd);
+
+void resetFaultNode();
+void resetKernelLog();
+void resetSleeping();
+void resetSyncs();
+
+}  // namespace emulated::internal

@@ -1,0 +1,61 @@
+// fsync, recorded so that tests can tell which files were flushed to storage.
+
+#include <unistd.h>
+
+#include <climits>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "DeviceInternal.h"
+#include "RealCalls.h"
+#include "zenth_host/EmulatedDevice.h"
+
+namespace emulated {
+namespace {
+
+struct Syncs {
+    std::mutex mutex;
+    std::vector<std::string> files;
+};
+
+Syncs& syncs() {
+    static Syncs* instance = new Syncs;  // detached threads may outlive static destruction
+    return *instance;
+}
+
+std::string fileOf(int fd) {
+    char target[PATH_MAX];
+    std::string link = "/proc/self/fd/" + std::to_string(fd);
+    ssize_t length = readlink(link.c_str(), target, sizeof(target));
+    return length > 0 ? std::string(target, static_cast<size_t>(length)) : std::string();
+}
+
+}  // namespace
+
+std::vector<std::string> syncedFiles() {
+    Syncs& s = syncs();
+    std::lock_guard<std::mutex> lock(s.mutex);
+    return s.files;
+}
+
+namespace internal {
+
+void resetSyncs() {
+    Syncs& s = syncs();
+    std::lock_guard<std::mutex> lock(s.mutex);
+    s.files.clear();
+}
+
+}  // namespace internal
+}  // namespace emulated
+
+extern "C" int __wrap_fsync(int fd) {
+    std::string file = emulated::fileOf(fd);
+    {
+        emulated::Syncs& s = emulated::syncs();
+        std::lock_guard<std::mutex> lock(s.mutex);
+        s.files.push_back(file);
+    }
+    return __real_fsync(fd);
+}

@@ -1,0 +1,170 @@
+// The C library calls that take a path, interposed so that device paths land in the root.
+
+#include <errno.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdarg>
+#include <cstring>
+#include <string>
+
+#include "DeviceInternal.h"
+#include "RealCalls.h"
+#include "zenth_host/EmulatedDevice.h"
+
+using emulated::internal::mapPath;
+
+namespace {
+
+bool needsMode(int flags) {
+    return (flags & O_CREAT) != 0 || (flags & O_TMPFILE) == O_TMPFILE;
+}
+
+mode_t modeArgument(int flags, va_list arguments) {
+    return needsMode(flags) ? static_cast<mode_t>(va_arg(arguments, int)) : 0;
+}
+
+int fail(int error) {
+    errno = error;
+    return -1;
+}
+
+template <typename RealOpen>
+int openMapped(const char* path, int flags, mode_t mode, RealOpen realOpen) {
+    std::string mapped;
+    if (!mapPath(path, &mapped)) return realOpen(path, flags, mode);
+    if (int error = emulated::internal::openDenied(mapped, flags)) return fail(error);
+    int fd = realOpen(mapped.c_str(), flags, mode);
+    if (fd >= 0 && std::strcmp(path, emulated::fault_node::kPath) == 0 &&
+        !emulated::internal::adoptFaultNodeDescriptor(fd)) {
+        __real_close(fd);
+        return fail(EMFILE);
+    }
+    return fd;
+}
+
+int realOpen(const char* path, int flags, mode_t mode) {
+    return __real_open(path, flags, mode);
+}
+
+int realOpen64(const char* path, int flags, mode_t mode) {
+    return __real_open64(path, flags, mode);
+}
+
+int fopenFlags(const char* mode) {
+    int flags = mode[0] == 'r' ? O_RDONLY : O_WRONLY | O_CREAT | (mode[0] == 'w' ? O_TRUNC : O_APPEND);
+    if (std::strchr(mode, '+') != nullptr) flags = (flags & ~O_ACCMODE) | O_RDWR;
+    return flags;
+}
+
+// One path argument, no descriptor: map, check, call.
+template <typename Call>
+auto withPath(const char* path, int denied(const std::string&), Call call) {
+    std::string mapped;
+    if (!mapPath(path, &mapped)) return call(path);
+    if (denied != nullptr) {
+        if (int error = denied(mapped)) {
+            errno = error;
+            return decltype(call(path))(-1);
+        }
+    }
+    return call(mapped.c_str());
+}
+
+}  // namespace
+
+extern "C" {
+
+int __wrap_open(const char* path, int flags, ...) {
+    va_list arguments;
+    va_start(arguments, flags);
+    mode_t mode = modeArgument(flags, arguments);
+    va_end(arguments);
+    return openMapped(path, flags, mode, realOpen);
+}
+
+int __wrap_open64(const char* path, int flags, ...) {
+    va_list arguments;
+    va_start(arguments, flags);
+    mode_t mode = modeArgument(flags, arguments);
+    va_end(arguments);
+    return openMapped(path, flags, mode, realOpen64);
+}
+
+int __wrap___open_2(const char* path, int flags) {
+    return openMapped(path, flags, 0, realOpen);
+}
+
+int __wrap___open64_2(const char* path, int flags) {
+    return openMapped(path, flags, 0, realOpen64);
+}
+
+FILE* __wrap_fopen(const char* path, const char* mode) {
+    std::string mapped;
+    if (!mapPath(path, &mapped)) return __real_fopen(path, mode);
+    if (int error = emulated::internal::openDenied(mapped, fopenFlags(mode))) {
+        errno = error;
+        return nullptr;
+    }
+    return __real_fopen(mapped.c_str(), mode);
+}
+
+FILE* __wrap_fopen64(const char* path, const char* mode) {
+    return __wrap_fopen(path, mode);
+}
+
+int __wrap_access(const char* path, int mode) {
+    std::string mapped;
+    if (!mapPath(path, &mapped)) return __real_access(path, mode);
+    if (int error = emulated::internal::accessDenied(mapped, mode)) return fail(error);
+    return __real_access(mapped.c_str(), mode);
+}
+
+int __wrap_stat(const char* path, struct stat* buf) {
+    return withPath(path, nullptr, [buf](const char* p) { return __real_stat(p, buf); });
+}
+
+int __wrap_stat64(const char* path, struct stat64* buf) {
+    return withPath(path, nullptr, [buf](const char* p) { return __real_stat64(p, buf); });
+}
+
+int __wrap_lstat(const char* path, struct stat* buf) {
+    return withPath(path, nullptr, [buf](const char* p) { return __real_lstat(p, buf); });
+}
+
+int __wrap_lstat64(const char* path, struct stat64* buf) {
+    return withPath(path, nullptr, [buf](const char* p) { return __real_lstat64(p, buf); });
+}
+
+int __wrap_chmod(const char* path, mode_t mode) {
+    return withPath(path, nullptr, [mode](const char* p) { return __real_chmod(p, mode); });
+}
+
+int __wrap_mkdir(const char* path, mode_t mode) {
+    return withPath(path, emulated::internal::entryChangeDenied,
+                    [mode](const char* p) { return __real_mkdir(p, mode); });
+}
+
+int __wrap_remove(const char* path) {
+    return withPath(path, emulated::internal::entryChangeDenied, __real_remove);
+}
+
+int __wrap_unlink(const char* path) {
+    return withPath(path, emulated::internal::entryChangeDenied, __real_unlink);
+}
+
+int __wrap_rmdir(const char* path) {
+    return withPath(path, emulated::internal::entryChangeDenied, __real_rmdir);
+}
+
+DIR* __wrap_opendir(const char* path) {
+    std::string mapped;
+    if (!mapPath(path, &mapped)) return __real_opendir(path);
+    if (int error = emulated::internal::listingDenied(mapped)) {
+        errno = error;
+        return nullptr;
+    }
+    return __real_opendir(mapped.c_str());
+}
+
+}  // extern "C"

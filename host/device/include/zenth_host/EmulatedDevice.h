@@ -1,0 +1,150 @@
+#pragma once
+
+// The emulated device: the C library calls of a binary linked with `zenth_device` are
+// interposed at link time, so that the daemon's literal device paths land in a root folder
+// on the host and the kernel facilities that plain files cannot imitate (the FPGA fault
+// node, the kernel log ring buffer, usleep) are driven by the controls below.
+//
+// Every control is process-wide and thread-safe. Tests normally reach them through the
+// DeviceTest fixture, which gives each test a fresh root and resets everything else.
+
+#include <poll.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace emulated {
+
+// ---- Root folder and path mapping -------------------------------------------------------
+//
+// With a root set, absolute paths under "/dev/block/", "/proc/", "/sys/" and "/mnt/vendor/"
+// map to root + path, and relative paths (such as "dev/block/sda") resolve against the
+// root, which stands for the daemon's working directory "/" on a device. Any other path is
+// used unchanged. Without a root nothing is mapped.
+//
+// The daemon runs unprivileged on a device, so mapped paths also get owner permission
+// checks from the mode bits (read-only files cannot be opened for writing, nothing can be
+// created in a read-only directory) even when the host process runs as root.
+//
+// C++ streams and std::filesystem bypass the emulation (their calls come from inside the
+// shared C++ library); product code must use the C library calls.
+
+// Environment variable giving a binary its root at start ("" or unset: no mapping).
+inline constexpr const char* kRootEnvironment = "ZENTH_DEVICE_ROOT";
+
+// Sets the root folder (an absolute host path; "" switches the mapping off).
+void setRoot(const std::string& hostFolder);
+std::string root();
+
+// The host path that a device path maps to now; unchanged when it is not mapped.
+std::string hostPath(const std::string& devicePath);
+// Whether the device path is mapped under the current root.
+bool isMapped(const std::string& devicePath);
+
+// Host paths (symbolic links resolved) of the files that fsync was called on, in order.
+std::vector<std::string> syncedFiles();
+
+// Returns the fault node, the kernel log, usleep and the fsync record to their start-up
+// state. The root is left as it is. The fault node should not be open then
+// (fault_node::openDescriptors()).
+void reset();
+
+// ---- FPGA fault node ---------------------------------------------------------------------
+//
+// The node exists when the file root + kPath exists. A descriptor opened on it is real, but
+// poll, lseek and read on it follow the injected events: poll blocks until an event is
+// pending, then the events are delivered one by one in the order injected. A value arms the
+// next lseek and read (poll reports POLLIN); a read then returns its bytes. Calls on other
+// descriptors are not affected beyond one atomic load.
+namespace fault_node {
+
+inline constexpr const char* kPath = "/proc/fpga/errinfoto_op";
+
+// Poll reports POLLIN and the next read returns the first `bytes` (0 to 8) bytes of the
+// value in native byte order.
+void injectValue(uint64_t value, int bytes = 8);
+// Poll fails with EINTR.
+void injectPollInterrupted();
+// Poll returns 0 (timed out).
+void injectPollTimeout();
+// Poll returns 1 with returned events lacking POLLIN.
+void injectPollWithoutPollin(short revents = POLLPRI);
+// Poll fails with the error (not EINTR).
+void injectPollError(int error = EINVAL);
+// Poll reports POLLIN; the following lseek fails with the error.
+void injectLseekError(int error = EINVAL);
+// Poll reports POLLIN; lseek succeeds and the read fails with the error.
+void injectReadError(int error = EIO);
+
+// Descriptors currently open on the node.
+int openDescriptors();
+// Calls of poll on the node so far (blocking or not).
+unsigned pollCalls();
+// Injected events not yet delivered.
+size_t pendingEvents();
+
+// Waits until poll has been called on the node at least `count` times.
+bool waitForPollCalls(unsigned count, std::chrono::milliseconds timeout);
+// Waits until every injected event is delivered and a poll is blocked on the empty queue:
+// the watcher handled everything and waits for the next fault.
+bool waitUntilIdle(std::chrono::milliseconds timeout);
+// Waits until no descriptor is open on the node.
+bool waitUntilClosed(std::chrono::milliseconds timeout);
+
+}  // namespace fault_node
+
+// ---- Kernel log ring buffer (klogctl) ----------------------------------------------------
+//
+// Action 10 reports the buffer size; action 3 copies the content (its newest `length`
+// bytes when it is longer) and returns the number of bytes copied. Other actions fail with
+// EINVAL. The real kernel log is never touched.
+namespace kernel_log {
+
+inline constexpr int kDefaultBufferSize = 128 * 1024;
+extern const char* const kDefaultContent;
+
+void setContent(const std::string& bytes);
+// What action 10 reports.
+void setBufferSize(int bytes);
+// Action 10 returns -1 with the error.
+void failSizeQuery(int error);
+// Action 3 returns `result` (0 or negative) and sets errno to the error.
+void failRead(int result, int error);
+
+struct Call {
+    int action;
+    int length;
+};
+// Every klogctl call so far, in order.
+std::vector<Call> calls();
+
+}  // namespace kernel_log
+
+// ---- usleep ------------------------------------------------------------------------------
+namespace sleeping {
+
+enum class Mode {
+    Real,     // sleeps for the time asked
+    Instant,  // returns at once
+    Held,     // blocks until release() (or a change of mode)
+};
+
+// Environment variable: "1" makes Instant the start-up mode of a binary (default Real).
+inline constexpr const char* kFastSleepEnvironment = "ZENTH_DEVICE_FAST_SLEEP";
+
+void setMode(Mode mode);
+// The microsecond arguments of every usleep call so far, in order.
+std::vector<unsigned> calls();
+bool waitForCalls(size_t count, std::chrono::milliseconds timeout);
+// Threads blocked in a held usleep now.
+size_t held();
+// Lets every held usleep return 0.
+void release();
+
+}  // namespace sleeping
+
+}  // namespace emulated

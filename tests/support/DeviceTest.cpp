@@ -1,0 +1,195 @@
+#include "support/DeviceTest.h"
+
+#include <fcntl.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+
+#include "zenth_host/EmulatedDevice.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string makeRootFolder() {
+    const char* tmp = std::getenv("TMPDIR");
+    fs::path base = fs::absolute(tmp != nullptr && tmp[0] != '\0' ? tmp : "/tmp");
+    std::string pattern = (base / "zenth-device-XXXXXX").string();
+    if (mkdtemp(pattern.data()) == nullptr) ADD_FAILURE() << "cannot create " << pattern;
+    // Canonical, so that it compares with paths the kernel reports (fsync record).
+    return fs::canonical(pattern).string();
+}
+
+// Read-only folders left by a test must not stop the removal when it runs unprivileged.
+void removeTree(const std::string& folder) {
+    std::error_code ignored;
+    for (auto it = fs::recursive_directory_iterator(folder, ignored);
+         it != fs::recursive_directory_iterator(); it.increment(ignored)) {
+        if (it->is_directory(ignored) && !it->is_symlink(ignored)) {
+            fs::permissions(it->path(), fs::perms::owner_all, fs::perm_options::add, ignored);
+        }
+    }
+    fs::permissions(folder, fs::perms::owner_all, fs::perm_options::add, ignored);
+    fs::remove_all(folder, ignored);
+}
+
+std::string readWhole(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+}  // namespace
+
+void DeviceTest::SetUp() {
+    descriptorsAtStart_ = openDescriptorCount();
+    log_ = std::make_unique<zenth_test::LogCapture>();
+    root_ = makeRootFolder();
+    emulated::reset();
+    emulated::sleeping::setMode(emulated::sleeping::Mode::Instant);
+    emulated::setRoot(root_);
+}
+
+void DeviceTest::TearDown() {
+    if (emulated::fault_node::openDescriptors() > 0) stopFaultWatcher();
+    if (emulated::sleeping::held() > 0) {
+        ADD_FAILURE() << emulated::sleeping::held() << " thread(s) still held in usleep";
+        emulated::sleeping::release();
+    }
+    EXPECT_EQ(openDescriptorCount(), descriptorsAtStart_) << "descriptors left open";
+    emulated::setRoot("");
+    emulated::reset();
+    removeTree(root_);
+    log_.reset();
+}
+
+std::string DeviceTest::hostPath(const std::string& devicePath) const {
+    EXPECT_TRUE(emulated::isMapped(devicePath)) << devicePath << " is not a device path";
+    return emulated::hostPath(devicePath);
+}
+
+void DeviceTest::writeFile(const std::string& devicePath, const std::string& bytes,
+                           mode_t mode) const {
+    fs::path path = hostPath(devicePath);
+    fs::create_directories(path.parent_path());
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    out.close();
+    ASSERT_TRUE(out) << "cannot write " << path;
+    fs::permissions(path, static_cast<fs::perms>(mode));
+}
+
+std::string DeviceTest::readFile(const std::string& devicePath) const {
+    std::string path = hostPath(devicePath);
+    EXPECT_TRUE(fs::is_regular_file(path)) << devicePath << " is not a file";
+    return readWhole(path);
+}
+
+bool DeviceTest::exists(const std::string& devicePath) const {
+    std::error_code ignored;
+    return fs::exists(fs::symlink_status(hostPath(devicePath), ignored));
+}
+
+mode_t DeviceTest::modeOf(const std::string& devicePath) const {
+    return static_cast<mode_t>(fs::status(hostPath(devicePath)).permissions() & fs::perms::mask);
+}
+
+void DeviceTest::makeDir(const std::string& devicePath, mode_t mode) const {
+    fs::path path = hostPath(devicePath);
+    fs::create_directories(path);
+    fs::permissions(path, static_cast<fs::perms>(mode));
+}
+
+void DeviceTest::makeReadOnly(const std::string& devicePath) const {
+    fs::path path = hostPath(devicePath);
+    fs::permissions(path, fs::is_directory(path) ? static_cast<fs::perms>(0555)
+                                                 : static_cast<fs::perms>(0444));
+}
+
+void DeviceTest::createFaultNode() const {
+    writeFile(emulated::fault_node::kPath, "", 0444);
+}
+
+void DeviceTest::makeUfsStorage() const {
+    writeFile(kUfsMarker, "", 0660);
+}
+
+void DeviceTest::createReservePartition() {
+    fs::path path = hostPath(kReservePartition);
+    fs::create_directories(path.parent_path());
+    { std::ofstream create(path, std::ios::binary | std::ios::trunc); }
+    fs::resize_file(path, static_cast<uintmax_t>(kReservePartitionSize));  // sparse zeros
+    snapshotPartition();
+}
+
+std::string DeviceTest::readPartition(off_t offset, size_t length) const {
+    std::ifstream in(hostPath(kReservePartition), std::ios::binary);
+    in.seekg(offset);
+    std::string bytes(length, '\0');
+    in.read(bytes.data(), static_cast<std::streamsize>(length));
+    bytes.resize(static_cast<size_t>(in.gcount()));
+    return bytes;
+}
+
+void DeviceTest::writePartition(off_t offset, const std::string& bytes) {
+    {
+        std::fstream io(hostPath(kReservePartition), std::ios::binary | std::ios::in | std::ios::out);
+        io.seekp(offset);
+        io.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+        ASSERT_TRUE(io) << "cannot write the reserve partition at " << offset;
+    }
+    snapshotPartition();
+}
+
+void DeviceTest::snapshotPartition() {
+    partitionBaseline_ = readWhole(hostPath(kReservePartition));
+}
+
+void DeviceTest::expectPartitionUnchangedExcept(std::vector<Range> changed) const {
+    std::string now = readWhole(hostPath(kReservePartition));
+    ASSERT_EQ(now.size(), partitionBaseline_.size()) << "the reserve partition changed size";
+    std::vector<bool> allowed(now.size(), false);
+    for (const Range& range : changed) {
+        size_t begin = std::min(static_cast<size_t>(range.offset), now.size());
+        size_t end = std::min(begin + range.length, now.size());
+        std::fill(allowed.begin() + begin, allowed.begin() + end, true);
+    }
+    std::ostringstream unexpected;
+    int reported = 0;
+    for (size_t i = 0; i < now.size() && reported < 8; ++i) {
+        if (now[i] != partitionBaseline_[i] && !allowed[i]) {
+            unexpected << " " << i << "(0x" << std::hex << i << std::dec << ")";
+            ++reported;
+        }
+    }
+    EXPECT_EQ(reported, 0) << "reserve partition bytes changed outside the expected ranges at"
+                           << unexpected.str();
+}
+
+bool DeviceTest::waitFor(const std::string& message, size_t times,
+                         std::chrono::milliseconds timeout) const {
+    return log_->waitFor(
+        [&](const std::vector<LogLine>& lines) {
+            return static_cast<size_t>(std::count_if(lines.begin(), lines.end(), [&](const LogLine& l) {
+                       return l.message == message;
+                   })) >= times;
+        },
+        timeout);
+}
+
+int DeviceTest::openDescriptorCount() {
+    // The iterator's own descriptor is counted every time, so counts compare fairly.
+    auto entries = fs::directory_iterator("/proc/self/fd");
+    return static_cast<int>(std::distance(fs::begin(entries), fs::end(entries)));
+}
+
+void DeviceTest::stopFaultWatcher() const {
+    emulated::fault_node::injectPollError(EINVAL);
+    EXPECT_TRUE(emulated::fault_node::waitUntilClosed(kWait))
+        << "the fault watcher did not close the fault node";
+}

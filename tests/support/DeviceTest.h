@@ -1,0 +1,108 @@
+#pragma once
+
+// DeviceTest: each test gets a fresh emulated device root folder, a log capture and the
+// emulated kernel facilities in their start state (usleep returns at once). Paths are given
+// as the daemon names them ("/proc/...", "dev/block/sda"); helpers touch the host files
+// directly, never through the emulation.
+//
+// TearDown ends a fault watcher still waiting on the fault node, fails the test if a thread
+// is still held in usleep or a descriptor opened during the test is still open, and removes
+// the root folder.
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "support/LogCapture.h"
+
+class DeviceTest : public ::testing::Test {
+  protected:
+    using LogLine = zenth_test::LogLine;
+    using Predicate = zenth_test::LogCapture::Predicate;
+    static constexpr std::chrono::milliseconds kWait = zenth_test::kWait;
+
+    static constexpr const char* kReservePartition = "/dev/block/by-name/zenthreserve1";
+    static constexpr off_t kReservePartitionSize = 6 * 1024 * 1024;
+    // Its existence marks UFS storage; the daemon names it relative to its working directory.
+    static constexpr const char* kUfsMarker = "dev/block/sda";
+
+    struct Range {
+        off_t offset;
+        size_t length;
+    };
+
+    void SetUp() override;
+    void TearDown() override;
+
+    // ---- Device files ----
+    const std::string& rootFolder() const { return root_; }
+    // Where a device path lives on the host (fails the test for a path the device does
+    // not map, such as "/data/x").
+    std::string hostPath(const std::string& devicePath) const;
+    // Creates missing parent directories (0755) and sets the file's mode.
+    void writeFile(const std::string& devicePath, const std::string& bytes,
+                   mode_t mode = 0644) const;
+    std::string readFile(const std::string& devicePath) const;
+    bool exists(const std::string& devicePath) const;
+    // Permission bits (07777) of the file or directory.
+    mode_t modeOf(const std::string& devicePath) const;
+    // Creates the directory and its missing parents.
+    void makeDir(const std::string& devicePath, mode_t mode = 0755) const;
+    // Files become 0444, directories 0555; the daemon (unprivileged on a device) can then
+    // neither write them nor create or remove entries in them.
+    void makeReadOnly(const std::string& devicePath) const;
+    // An empty "/proc/fpga/errinfoto_op": the fault node exists.
+    void createFaultNode() const;
+    void makeUfsStorage() const;
+
+    // ---- Reserve partition ----
+    // A zero-filled 6 MiB image at kReservePartition; also the baseline of the comparison.
+    void createReservePartition();
+    std::string readPartition(off_t offset, size_t length) const;
+    // Setup of the image: also updates the baseline.
+    void writePartition(off_t offset, const std::string& bytes);
+    // Takes the current image as the baseline.
+    void snapshotPartition();
+    // Every byte outside the given ranges equals the baseline.
+    void expectPartitionUnchangedExcept(std::vector<Range> changed = {}) const;
+
+    // ---- Platform log ----
+    std::vector<LogLine> lines() const { return log_->lines(); }
+    bool contains(int priority, const std::string& tag, const std::string& message) const {
+        return count(priority, tag, message) > 0;
+    }
+    size_t count(int priority, const std::string& tag, const std::string& message) const {
+        return log_->count(priority, tag, message);
+    }
+    size_t count(const std::string& message) const { return log_->count(message); }
+    bool waitFor(const Predicate& predicate, std::chrono::milliseconds timeout = kWait) const {
+        return log_->waitFor(predicate, timeout);
+    }
+    // Waits until the message was logged `times` times, whatever its priority and tag.
+    bool waitFor(const std::string& message, size_t times = 1,
+                 std::chrono::milliseconds timeout = kWait) const;
+    void clearLog() { log_->clear(); }
+    // The tag of lines logged without one (liblog substitutes the program's short name).
+    static std::string defaultTag() { return zenth_test::defaultTag(); }
+    static bool isDefaultTag(const std::string& tag) { return tag == defaultTag(); }
+
+    // ---- Descriptors ----
+    // Descriptors open in this process now.
+    static int openDescriptorCount();
+
+    // ---- Fault watcher ----
+    // Makes a watcher waiting on the fault node fail its poll and waits until it closed
+    // the node.
+    void stopFaultWatcher() const;
+
+  private:
+    std::string root_;
+    std::unique_ptr<zenth_test::LogCapture> log_;
+    std::string partitionBaseline_;
+    int descriptorsAtStart_ = 0;
+};
