@@ -35,10 +35,18 @@ std::string linePrefix(int priority, const char* tag) {
     return std::string(prefix) + (tag != nullptr ? tag : "") + ": ";
 }
 
+// Base logging passes its source position, as the device's log shows it for fatal checks.
+std::string sourcePosition(const struct __android_logger_data* data) {
+    if (data->file == nullptr) {
+        return "";
+    }
+    return std::string(data->file) + ":" + std::to_string(data->line) + "] ";
+}
+
 }  // namespace
 
 void logcatLogger(const struct __android_logger_data* data, const char* message) {
-    const std::string prefix = linePrefix(data->priority, data->tag);
+    const std::string prefix = linePrefix(data->priority, data->tag) + sourcePosition(data);
     std::string text;
     // One output line per message line; a trailing newline does not start another.
     std::string rest = message != nullptr ? message : "";

@@ -1,0 +1,148 @@
+// Whole-process tests of the daemon's entry: start-up order, fatal registration failure,
+// and the exit path when the thread pool returns.
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <condition_variable>
+#include <cstdio>
+#include <mutex>
+#include <thread>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "support/DeviceTest.h"
+
+namespace {
+
+using ::testing::HasSubstr;
+
+constexpr const char* kServiceTag = "vendor.zenth.hardware.ZenthMisc-V1-service";
+// The fan probe's last line: everything before registration has run once it is logged.
+constexpr const char* kLastStartupLine = "fan rpm_table support = ";
+
+// Kills a daemon that has not ended in time, so that a broken start-up fails the test
+// instead of hanging it.
+class Watchdog {
+  public:
+    explicit Watchdog(pid_t pid)
+        : thread_([this, pid] {
+              std::unique_lock<std::mutex> lock(mutex_);
+              if (!cv_.wait_for(lock, 3 * zenth_test::kWait, [this] { return done_; })) {
+                  kill(pid, SIGKILL);
+              }
+          }) {}
+    ~Watchdog() {
+        {
+            std::lock_guard<std::mutex> lock(mutex_);
+            done_ = true;
+        }
+        cv_.notify_one();
+        thread_.join();
+    }
+
+  private:
+    std::mutex mutex_;
+    std::condition_variable cv_;
+    bool done_ = false;
+    std::thread thread_;
+};
+
+struct DaemonRun {
+    std::vector<std::string> lines;  // the daemon's log, message text after the tag
+    int status = 0;
+};
+
+class ServiceEntryTest : public DeviceTest {
+  protected:
+    // Starts the daemon on this test's device and reads its log until it exits. When
+    // `release` is set, the thread pool is released (SIGUSR1) once start-up has finished.
+    DaemonRun run(const std::vector<std::string>& environment, bool release) {
+        // Everything the child needs is prepared before fork: it only execs.
+        std::vector<std::string> variables = environment;
+        variables.push_back("ZENTH_DEVICE_ROOT=" + rootFolder());
+        variables.push_back("ZENTH_DEVICE_FAST_SLEEP=1");
+        std::vector<char*> envp;
+        for (std::string& variable : variables) envp.push_back(variable.data());
+        envp.push_back(nullptr);
+        char* argv[] = {const_cast<char*>(ZENTH_SERVICE_BINARY), nullptr};
+
+        int pipeFds[2];
+        EXPECT_EQ(pipe2(pipeFds, O_CLOEXEC), 0);
+        pid_t pid = fork();
+        if (pid == 0) {
+            dup2(pipeFds[1], STDERR_FILENO);
+            execve(ZENTH_SERVICE_BINARY, argv, envp.data());
+            _exit(127);
+        }
+        close(pipeFds[1]);
+        Watchdog watchdog(pid);
+        DaemonRun result;
+        FILE* log = fdopen(pipeFds[0], "r");
+        char buffer[4096];
+        while (fgets(buffer, sizeof(buffer), log) != nullptr) {
+            std::string line(buffer);
+            size_t tag = line.find(std::string(kServiceTag) + ": ");
+            std::string message = tag == std::string::npos
+                                          ? line
+                                          : line.substr(tag + std::string(kServiceTag).size() + 2);
+            if (!message.empty() && message.back() == '\n') message.pop_back();
+            if (release && message.rfind(kLastStartupLine, 0) == 0) kill(pid, SIGUSR1);
+            result.lines.push_back(message);
+        }
+        fclose(log);
+        waitpid(pid, &result.status, 0);
+        return result;
+    }
+
+    static size_t indexOf(const DaemonRun& run, const std::string& prefix, size_t from = 0) {
+        for (size_t i = from; i < run.lines.size(); ++i) {
+            if (run.lines[i].find(prefix) != std::string::npos) return i;
+        }
+        return std::string::npos;
+    }
+};
+
+TEST_F(ServiceEntryTest, StartsInOrderAndExitsWithStatusOneWhenThePoolReturns) {
+    DaemonRun daemon = run({}, true);
+
+    ASSERT_TRUE(WIFEXITED(daemon.status)) << daemon.status;
+    EXPECT_EQ(WEXITSTATUS(daemon.status), 1);
+    ASSERT_FALSE(daemon.lines.empty());
+    EXPECT_EQ(daemon.lines.front(), "service zenth misc aidl started!");
+
+    // Restore, FPGA object, expander GPIO object, fan probe: in this order.
+    size_t restore = indexOf(daemon, "gIsReserveIntegrate=");
+    size_t fpga = indexOf(daemon, "ZenthFpga::ZenthFpga");
+    size_t exgpio = indexOf(daemon, "ZenthExgpio::ZenthExgpio");
+    size_t fan = indexOf(daemon, "fan device_id support = ");
+    ASSERT_NE(fan, std::string::npos);
+    EXPECT_LT(restore, fpga);
+    EXPECT_LT(fpga, exgpio);
+    EXPECT_LT(exgpio, fan);
+
+    // The exit path destroys the local objects in reverse order of construction.
+    size_t fanGone = indexOf(daemon, "ZenthFan::~ZenthFan", fan);
+    size_t exgpioGone = indexOf(daemon, "ZenthExgpio::~ZenthExgpio", fan);
+    size_t fpgaGone = indexOf(daemon, "ZenthFpga::~ZenthFpga", fan);
+    ASSERT_NE(fpgaGone, std::string::npos);
+    EXPECT_LT(fanGone, exgpioGone);
+    EXPECT_LT(exgpioGone, fpgaGone);
+}
+
+TEST_F(ServiceEntryTest, RefusedRegistrationAbortsBeforeServing) {
+    DaemonRun daemon = run({"ZENTH_HOST_REFUSE_REGISTRATION=1"}, false);
+
+    ASSERT_TRUE(WIFSIGNALED(daemon.status)) << daemon.status;
+    EXPECT_EQ(WTERMSIG(daemon.status), SIGABRT);
+    ASSERT_FALSE(daemon.lines.empty());
+    EXPECT_EQ(daemon.lines.back(), "service.cpp:51] Check failed: status == STATUS_OK ");
+    EXPECT_EQ(indexOf(daemon, "~Zenth"), std::string::npos);
+}
+
+}  // namespace
