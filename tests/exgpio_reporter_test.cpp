@@ -146,7 +146,6 @@ const std::string kFields = "E exgpio: EXG lead i2c:3 rs:1 pw:7 pi2c:0 prs:0\n";
 const ServiceCase kServiceCases[] = {
         {"NotDeclared", Service::NotDeclared,
          {kStart, "E Stats service is not registered.", kFields, kUnchanged}},
-        {"NotRunning", Service::DeclaredNotRunning, {kStart, kFields, kUnchanged}},
         {"Refusing", Service::Failing,
          {kStart, kFields, kSend, "E Unable to report exgpio info to Stats service"}},
 };

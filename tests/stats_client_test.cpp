@@ -57,40 +57,17 @@ TEST_P(ParseCounterFieldTest, ParsesKeyAndNumberWithinTheField) {
 INSTANTIATE_TEST_SUITE_P(Fields, ParseCounterFieldTest, ::testing::ValuesIn(kParseCases),
                          [](const auto& info) { return std::string(info.param.name); });
 
-struct LookupCase {
-    const char* name;
-    Service service;
-    bool declaredBefore;
-    bool found;
-    bool declaredAfter;
-    Strings messages;
-};
+using GetStatsServiceTest = ReporterTest;
 
-const LookupCase kLookupCases[] = {
-        {"NotDeclared", Service::NotDeclared, false, false, false,
-         {"E Stats service is not registered."}},
-        {"DeclaredNotRunning", Service::DeclaredNotRunning, false, false, true, {}},
-        {"Running", Service::Running, false, true, true, {}},
-        // Once the flag is set the manifest is not consulted again.
-        {"AlreadyDeclared", Service::NotDeclared, true, true, true, {}},
-};
+TEST_F(GetStatsServiceTest, ManifestIsNotConsultedOnceDeclared) {
+    setService(Service::NotDeclared);
+    bool declared = false;
+    EXPECT_EQ(misc::getStatsService(&declared), nullptr);
+    EXPECT_FALSE(declared);
 
-class GetStatsServiceTest : public ReporterTest,
-                            public ::testing::WithParamInterface<LookupCase> {};
-
-TEST_P(GetStatsServiceTest, ConsultsTheManifestUntilDeclared) {
-    const LookupCase& c = GetParam();
-    setService(c.service);
-    bool declared = c.declaredBefore;
-
-    auto stats = misc::getStatsService(&declared);
-
-    EXPECT_EQ(stats.get(), c.found ? fakeStats().get() : nullptr);
-    EXPECT_EQ(declared, c.declaredAfter);
-    EXPECT_EQ(reporterMessages(), c.messages);
+    declared = true;
+    EXPECT_EQ(misc::getStatsService(&declared).get(), fakeStats().get());
+    EXPECT_EQ(reporterMessages(), Strings{"E Stats service is not registered."});
 }
-
-INSTANTIATE_TEST_SUITE_P(Services, GetStatsServiceTest, ::testing::ValuesIn(kLookupCases),
-                         [](const auto& info) { return std::string(info.param.name); });
 
 }  // namespace
