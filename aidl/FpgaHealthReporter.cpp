@@ -1,7 +1,98 @@
+#include <stdio.h>
+#include <string.h>
+
+#include <iterator>
+#include <thread>
+#include <vector>
+
+#include <android/log.h>
+
+#include "NodeInterface.h"
+#include "ReservePartition.h"
+#include "StatsClient.h"
 #include "ZenthFpga.h"
 
 namespace aidl::vendor::zenth::hardware::misc {
 
-void ZenthFpga::fpgaReportStats() {}
+using ::aidl::android::frameworks::stats::IStats;
+
+namespace {
+
+constexpr const char* kFpgaProbePath = "/proc/fpga/status";
+
+// The operation-info block: the leading text, then seven counter fields.
+constexpr int kFpgaOpInfoOffset = 5324800;  // 0x514000, the same on every storage kind
+constexpr int kFpgaFieldCount = 8;
+constexpr int kFpgaOpInfoSize = kFpgaFieldCount * kCounterFieldSize;
+constexpr int kFpgaCounterCount = kFpgaFieldCount - 1;
+// Counter keys of fields 1 to 7, in atom order.
+constexpr const char* kFpgaCounterKeys[kFpgaCounterCount] = {"up", "rb", "i2c", "sr",
+                                                              "hr", "ec", "bf"};
+constexpr int kRebootCounter = 1;  // "rb", field 2
+constexpr int kRebootFieldOffset = kFpgaOpInfoOffset + (kRebootCounter + 1) * kCounterFieldSize;
+
+constexpr int32_t kFpgaAtomId = 100196;
+
+struct FpgaWorkingCopy {
+    CounterFieldText fields[kFpgaFieldCount];
+    int32_t counters[kFpgaCounterCount];
+};
+
+// Reads the block into `copy`; on a failed read `copy` stays all zero.
+void readFpgaCounters(FpgaWorkingCopy& copy) {
+    char block[kFpgaOpInfoSize] = {};
+    if (readInterface(kReservePartitionPath, kFpgaOpInfoOffset, block, kFpgaOpInfoSize) < 0) {
+        __android_log_print(ANDROID_LOG_ERROR, nullptr, "getMessage readInterface %s error",
+                            kReservePartitionPath);
+        return;
+    }
+    for (int i = 0; i < kFpgaFieldCount; i++) {
+        copyCounterField(copy.fields[i], block + i * kCounterFieldSize);
+    }
+    __android_log_print(ANDROID_LOG_ERROR, nullptr, "%s %s %s %s %s %s %s %s\n", copy.fields[0],
+                        copy.fields[1], copy.fields[2], copy.fields[3], copy.fields[4],
+                        copy.fields[5], copy.fields[6], copy.fields[7]);
+    for (int i = 0; i < kFpgaCounterCount; i++) {
+        parseCounterField(copy.fields[i + 1], kFpgaCounterKeys[i], &copy.counters[i]);
+    }
+}
+
+// Reboots are counted once: the field is reset after every pass, a negative count aside.
+void resetRebootCount(int32_t rebootCount) {
+    if (rebootCount >= 1) {
+        __android_log_print(ANDROID_LOG_ERROR, nullptr, "reset reboot val\n");
+        rebootCount = 0;
+    }
+    char field[kCounterFieldSize] = {};
+    snprintf(field, sizeof(field), "rb:%d", rebootCount);
+    writeInterface(kReservePartitionPath, kRebootFieldOffset, field, kCounterFieldSize);
+}
+
+int fpgaReportStatsFunc() {
+    if (!delayAndProbe("Another thread to delay report fpga info", kFpgaProbePath,
+                       "fpga is not support!\n")) {
+        return -1;
+    }
+    std::shared_ptr<IStats> stats = getStatsService(&gFpgaStatsDeclared);
+
+    FpgaWorkingCopy copy = {};
+    readFpgaCounters(copy);
+
+    if (stats == nullptr) {
+        __android_log_print(ANDROID_LOG_ERROR, nullptr, "misc fpga unable to get Stats service");
+    } else {
+        doReportEvent(stats, kFpgaAtomId, copy.fields[0],
+                      std::vector<int32_t>(std::begin(copy.counters), std::end(copy.counters)),
+                      "Unable to report fpga info to Stats service");
+    }
+    resetRebootCount(copy.counters[kRebootCounter]);
+    return 0;
+}
+
+}  // namespace
+
+void ZenthFpga::fpgaReportStats() {
+    std::thread(fpgaReportStatsFunc).detach();
+}
 
 }  // namespace aidl::vendor::zenth::hardware::misc

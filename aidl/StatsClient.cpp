@@ -1,19 +1,115 @@
 #include "StatsClient.h"
 
+#include <fcntl.h>
+#include <stdio.h>
+#include <string.h>
+#include <unistd.h>
+
+#include <string>
+
+#include <aidl/android/frameworks/stats/VendorAtom.h>
+#include <aidl/android/frameworks/stats/VendorAtomValue.h>
+#include <android/binder_manager.h>
+#include <android/log.h>
+
 namespace aidl::vendor::zenth::hardware::misc {
 
 using ::aidl::android::frameworks::stats::IStats;
+using ::aidl::android::frameworks::stats::VendorAtom;
+using ::aidl::android::frameworks::stats::VendorAtomValue;
 
-std::shared_ptr<IStats> getStatsService(bool* /*declared*/) {
-    return nullptr;
+namespace {
+
+// The package of this daemon's own interface, so that the atoms of both reporters are
+// attributed to the misc hardware service rather than to a single device.
+constexpr const char* kReverseDomainName = "vendor.zenth.hardware.misc";
+
+// "%[^:]:%d" with the key conversion bounded by the 16-byte key buffer.
+constexpr const char* kCounterFieldFormat = "%15[^:]:%d";
+
+}  // namespace
+
+bool gFpgaStatsDeclared = false;
+bool gExgpioStatsDeclared = false;
+
+void copyCounterField(CounterFieldText& text, const char* field) {
+    memcpy(text, field, kCounterFieldSize);
+    text[kCounterFieldSize] = '\0';
 }
 
-bool parseCounterField(const char* /*field*/, const char* /*key*/, int32_t* /*value*/) {
-    return false;
+bool delayAndProbe(const char* startMessage, const char* probePath,
+                   const char* unsupportedMessage) {
+    __android_log_print(ANDROID_LOG_ERROR, nullptr, "%s", startMessage);
+    usleep(kReportDelayUs);
+
+    int fd = open(probePath, O_RDONLY);
+    if (fd < 0) {
+        __android_log_print(ANDROID_LOG_ERROR, nullptr, "%s", unsupportedMessage);
+        return false;
+    }
+    close(fd);
+    return true;
 }
 
-void doReportEvent(const std::shared_ptr<IStats>& /*stats*/, int32_t /*atomId*/,
-                   const char* /*leadingText*/, const std::vector<int32_t>& /*counters*/,
-                   const char* /*failureMessage*/) {}
+std::shared_ptr<IStats> getStatsService(bool* declared) {
+    const std::string instance = std::string() + IStats::descriptor + "/default";
+    if (!*declared) {
+        *declared = AServiceManager_isDeclared(instance.c_str());
+        if (!*declared) {
+            __android_log_print(ANDROID_LOG_ERROR, nullptr, "Stats service is not registered.");
+            return nullptr;
+        }
+    }
+    // checkService, not waitForService: the reporter must not stall when the service is
+    // declared but not up yet. The holder adopts the reference the service manager handed
+    // out and gives it back (AIBinder_decStrong) once fromBinder holds its own.
+    ndk::SpAIBinder binder(AServiceManager_checkService(instance.c_str()));
+    return IStats::fromBinder(binder);
+}
+
+bool parseCounterField(const char* field, const char* key, int32_t* value) {
+    CounterFieldText text;
+    copyCounterField(text, field);
+
+    char parsedKey[kCounterFieldSize] = {};
+    int number = 0;
+    if (sscanf(text, kCounterFieldFormat, parsedKey, &number) != 2) {
+        __android_log_print(ANDROID_LOG_ERROR, nullptr, "parse value failed\n");
+        return false;
+    }
+    parsedKey[kCounterFieldSize - 1] = '\0';
+    if (strcmp(parsedKey, key) != 0) {
+        __android_log_print(ANDROID_LOG_ERROR, nullptr, "parse %s value failed\n", key);
+        return false;
+    }
+    *value = number;
+    return true;
+}
+
+void doReportEvent(const std::shared_ptr<IStats>& stats, int32_t atomId, const char* leadingText,
+                   const std::vector<int32_t>& counters, const char* failureMessage) {
+    __android_log_print(ANDROID_LOG_DEBUG, nullptr, "doReportEvent\n");
+
+    std::vector<VendorAtomValue> values;
+    values.reserve(counters.size() + 1);
+    values.push_back(VendorAtomValue::make<VendorAtomValue::stringValue>(
+            std::string(leadingText, strnlen(leadingText, kCounterFieldSize))));
+    for (int32_t counter : counters) {
+        values.push_back(VendorAtomValue::make<VendorAtomValue::intValue>(counter));
+    }
+
+    VendorAtom atom;
+    atom.reverseDomainName = kReverseDomainName;
+    atom.atomId = atomId;
+    atom.values = std::move(values);
+
+    AStatus* status = stats->reportVendorAtom(atom).release();
+    if (status == nullptr || !AStatus_isOk(status)) {
+        __android_log_print(ANDROID_LOG_ERROR, nullptr, "%s", failureMessage);
+    }
+    if (status != nullptr) {
+        AStatus_delete(status);
+    }
+}
 
 }  // namespace aidl::vendor::zenth::hardware::misc

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <unistd.h>
+
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -10,14 +12,35 @@ namespace aidl::vendor::zenth::hardware::misc {
 
 // Length of one counter field of a reserve-partition counter area.
 inline constexpr int kCounterFieldSize = 16;
+// A field as text: its 16 bytes and a NUL, for fields that fill all 16 bytes.
+using CounterFieldText = char[kCounterFieldSize + 1];
 
-// Looks the statistics service up without waiting. `declared` is the caller's own
-// declared flag: once true, the declaration is not queried again.
+// The reporters wait for the rest of the system to settle before their one pass.
+inline constexpr useconds_t kReportDelayUs = 5000000;
+
+// Copies one 16-byte field into `text`, NUL-terminated after at most 16 characters.
+void copyCounterField(CounterFieldText& text, const char* field);
+
+// Logs the start message, sleeps the report delay, then checks that `probePath` opens
+// read-only. Logs `unsupportedMessage` and returns false when it does not.
+bool delayAndProbe(const char* startMessage, const char* probePath,
+                   const char* unsupportedMessage);
+
+// Declared flags of the FPGA and the expander GPIO reporter, one each: false at start,
+// then the answer of the declaration query.
+extern bool gFpgaStatsDeclared;
+extern bool gExgpioStatsDeclared;
+
+// Looks the statistics service up without waiting. `declared` is the calling reporter's
+// own declared flag: once true, the declaration is not queried again.
 std::shared_ptr<::aidl::android::frameworks::stats::IStats> getStatsService(bool* declared);
 
-// Parses "key:number" of one 16-byte field; on failure logs and leaves *value untouched.
+// Parses "key:number" from one 16-byte field (read never beyond its 16 bytes); the key
+// must equal `key` exactly. On failure logs and leaves *value untouched.
 bool parseCounterField(const char* field, const char* key, int32_t* value);
 
+// Sends one vendor atom: the leading text (at most 16 characters) as a string, then the
+// counters as integers. Logs `failureMessage` when the service does not accept it.
 void doReportEvent(const std::shared_ptr<::aidl::android::frameworks::stats::IStats>& stats,
                    int32_t atomId, const char* leadingText, const std::vector<int32_t>& counters,
                    const char* failureMessage);

@@ -1,8 +1,111 @@
 #include "ZenthExgpio.h"
 
+#include <stdio.h>
+
+#include <thread>
+
 #include <android/log.h>
 
+#include "NodeInterface.h"
+#include "ReservePartition.h"
+#include "StatsClient.h"
+
 namespace aidl::vendor::zenth::hardware::misc {
+
+using ::aidl::android::frameworks::stats::IStats;
+
+namespace {
+
+constexpr const char* kExgpioProbePath = "/sys/class/ex_gpio/chipid";
+
+// The counter area sits where each storage kind's partition layout puts it.
+constexpr int kExgpioAreaEmmcOffset = 5121024;  // 0x4E2400
+constexpr int kExgpioAreaUfsOffset = 5398528;   // 0x526000
+constexpr int kExgpioAreaSize = 112;
+
+// Fields of the area; field 4 belongs to someone else and is left alone.
+enum ExgpioField { kLeading, kI2c, kRs, kPw, kPrevI2c = 5, kPrevRs = 6, kExgpioFieldCount };
+
+constexpr int32_t kExgpioAtomId = 100272;
+
+struct ExgpioWorkingCopy {
+    CounterFieldText fields[kExgpioFieldCount];
+    int32_t counters[kExgpioFieldCount];
+};
+
+void parseExgpioFields(const char* area, ExgpioWorkingCopy& copy) {
+    constexpr struct {
+        ExgpioField field;
+        const char* key;
+    } kParsed[] = {{kI2c, "i2c"}, {kRs, "rs"}, {kPw, "pw"}, {kPrevI2c, "pi2c"}, {kPrevRs, "prs"}};
+
+    for (ExgpioField field : {kLeading, kI2c, kRs, kPw, kPrevI2c, kPrevRs}) {
+        copyCounterField(copy.fields[field], area + field * kCounterFieldSize);
+    }
+    __android_log_print(ANDROID_LOG_ERROR, nullptr, "exgpio: %s %s %s %s %s %s\n",
+                        copy.fields[kLeading], copy.fields[kI2c], copy.fields[kRs],
+                        copy.fields[kPw], copy.fields[kPrevI2c], copy.fields[kPrevRs]);
+    for (const auto& parsed : kParsed) {
+        parseCounterField(copy.fields[parsed.field], parsed.key, &copy.counters[parsed.field]);
+    }
+}
+
+// The current counts become the previous ones of the next start; the bytes after each
+// new text's NUL keep what was read.
+void storePreviousCounts(int base, ExgpioWorkingCopy& copy) {
+    snprintf(copy.fields[kPrevI2c], kCounterFieldSize, "pi2c:%d", copy.counters[kI2c]);
+    snprintf(copy.fields[kPrevRs], kCounterFieldSize, "prs:%d", copy.counters[kRs]);
+
+    int count = writeInterface(kReservePartitionPath, base + kPrevI2c * kCounterFieldSize,
+                               copy.fields[kPrevI2c], kCounterFieldSize);
+    count += writeInterface(kReservePartitionPath, base + kPrevRs * kCounterFieldSize,
+                            copy.fields[kPrevRs], kCounterFieldSize);
+    if (count != 2 * kCounterFieldSize) {
+        __android_log_print(ANDROID_LOG_ERROR, nullptr,
+                            "update prev exgpio reserve info failed, count = %d\n", count);
+    }
+}
+
+void updateExgpioCounters(bool partitionExists, int base, ExgpioWorkingCopy& copy) {
+    if (!partitionExists) {
+        return;
+    }
+    char area[kExgpioAreaSize] = {};
+    if (readInterface(kReservePartitionPath, base, area, kExgpioAreaSize) < 1) {
+        return;
+    }
+    parseExgpioFields(area, copy);
+    storePreviousCounts(base, copy);
+}
+
+int exgpioReportStatsFunc() {
+    if (!delayAndProbe("Another thread to delay report exgpio info", kExgpioProbePath,
+                       "exgpio is not support!\n")) {
+        return -1;
+    }
+    std::shared_ptr<IStats> stats = getStatsService(&gExgpioStatsDeclared);
+
+    bool partitionExists = reservePartitionExists();
+    int base = storageIsEmmc() ? kExgpioAreaEmmcOffset : kExgpioAreaUfsOffset;
+
+    ExgpioWorkingCopy copy = {};
+    updateExgpioCounters(partitionExists, base, copy);
+
+    const int32_t* counters = copy.counters;
+    if (stats == nullptr ||
+        (counters[kPrevI2c] == counters[kI2c] && counters[kPrevRs] == counters[kRs])) {
+        __android_log_print(
+                ANDROID_LOG_ERROR, nullptr,
+                "misc exgpio unable to get Stats service or error count is not changed.");
+        return 0;
+    }
+    doReportEvent(stats, kExgpioAtomId, copy.fields[kLeading],
+                  {counters[kI2c], counters[kRs], counters[kPw]},
+                  "Unable to report exgpio info to Stats service");
+    return 0;
+}
+
+}  // namespace
 
 ZenthExgpio::ZenthExgpio() {
     __android_log_print(ANDROID_LOG_DEBUG, nullptr, "ZenthExgpio::ZenthExgpio\n");
@@ -12,6 +115,8 @@ ZenthExgpio::~ZenthExgpio() {
     __android_log_print(ANDROID_LOG_DEBUG, nullptr, "ZenthExgpio::~ZenthExgpio\n");
 }
 
-void ZenthExgpio::exgpioReportStats() {}
+void ZenthExgpio::exgpioReportStats() {
+    std::thread(exgpioReportStatsFunc).detach();
+}
 
 }  // namespace aidl::vendor::zenth::hardware::misc

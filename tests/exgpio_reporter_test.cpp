@@ -1,0 +1,219 @@
+// The expander GPIO health reporter: remembers the i2c and rs counts and sends atom 100272
+// when they changed since the last start.
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include <zenth_host/EmulatedDevice.h>
+
+#include "ZenthExgpio.h"
+#include "support/ReporterTest.h"
+
+namespace {
+
+using ::aidl::vendor::zenth::hardware::misc::ZenthExgpio;
+using Strings = std::vector<std::string>;
+using Service = ReporterTest::Service;
+constexpr auto field = ReporterTest::field;
+
+constexpr off_t kEmmcArea = 5121024;
+constexpr off_t kUfsArea = 5398528;
+constexpr off_t kPrevI2c = 80;
+constexpr off_t kPrevRs = 96;
+constexpr const char* kProbe = "/sys/class/ex_gpio/chipid";
+const std::string kStart = "E Another thread to delay report exgpio info";
+const std::string kUnchanged =
+        "E misc exgpio unable to get Stats service or error count is not changed.";
+const std::string kSend = "D doReportEvent\n";
+
+class ExgpioReporterTest : public ReporterTest {
+  protected:
+    void SetUp() override {
+        ReporterTest::SetUp();
+        writeFile(kProbe, "");
+    }
+
+    // Fields 1 to 4 hold i2c:3, rs:1, pw:7 and bytes of another owner; 5 and 6 as given.
+    void writeArea(off_t base, const std::string& prevI2c, const std::string& prevRs,
+                   const std::string& counts = "") {
+        createReservePartition();
+        std::string bytes = field("EXG lead") + counts;
+        if (counts.empty()) bytes += field("i2c:3") + field("rs:1") + field("pw:7");
+        bytes += field("other:77") + field(prevI2c) + field(prevRs);
+        writePartition(base, bytes);
+    }
+
+    void run() {
+        runReporter([this] { exgpio_.exgpioReportStats(); });
+    }
+
+    void expectPrevious(off_t base, const std::string& prevI2c, const std::string& prevRs) {
+        EXPECT_EQ(readPartition(base + kPrevI2c, 16), field(prevI2c));
+        EXPECT_EQ(readPartition(base + kPrevRs, 16), field(prevRs));
+        expectPartitionUnchangedExcept({{base + kPrevI2c, 32}});
+    }
+
+    ZenthExgpio exgpio_;
+};
+
+class ExgpioStorageTest : public ExgpioReporterTest, public ::testing::WithParamInterface<bool> {};
+
+TEST_P(ExgpioStorageTest, ChangedCountsAreSentAndRemembered) {
+    const bool ufs = GetParam();
+    const off_t base = ufs ? kUfsArea : kEmmcArea;
+    if (ufs) makeUfsStorage();
+    writeArea(base, "pi2c:2", "prs:1");
+    // The other storage kind's area must be neither read nor written.
+    writePartition(ufs ? kEmmcArea : kUfsArea, field("wrong") + field("i2c:50"));
+    setService(Service::Running);
+
+    run();
+
+    EXPECT_EQ(emulated::sleeping::calls(), std::vector<unsigned>{5000000});
+    EXPECT_EQ(describedAtoms(), Strings{"100272 'EXG lead' 3 1 7"});
+    EXPECT_EQ(atoms().at(0).reverseDomainName, "vendor.zenth.hardware.misc");
+    EXPECT_EQ(reporterMessages(),
+              (Strings{kStart, "E exgpio: EXG lead i2c:3 rs:1 pw:7 pi2c:2 prs:1\n", kSend}));
+    expectPrevious(base, "pi2c:3", "prs:1");
+}
+
+INSTANTIATE_TEST_SUITE_P(Storage, ExgpioStorageTest, ::testing::Values(false, true),
+                         [](const auto& info) { return info.param ? "Ufs" : "Emmc"; });
+
+struct ChangeCase {
+    const char* name;
+    std::string counts;  // fields 1 to 3
+    std::string prevI2c, prevRs;
+    Strings atoms;
+    size_t parseFailures;
+    std::string storedI2c, storedRs;
+};
+
+const ChangeCase kChangeCases[] = {
+        {"RsChanged", field("i2c:3") + field("rs:2") + field("pw:7"), "pi2c:3", "prs:1",
+         {"100272 'EXG lead' 3 2 7"}, 0, "pi2c:3", "prs:2"},
+        {"OnlyPwChanged", field("i2c:3") + field("rs:1") + field("pw:9"), "pi2c:3", "prs:1", {}, 0,
+         "pi2c:3", "prs:1"},
+        {"FirstStart", field("i2c:3") + field("rs:0") + field("pw:0"), "", "",
+         {"100272 'EXG lead' 3 0 0"}, 2, "pi2c:3", "prs:0"},
+        {"FirstStartWithoutFaults", field("i2c:0") + field("rs:0") + field("pw:4"), "", "", {}, 2,
+         "pi2c:0", "prs:0"},
+        // A malformed current count counts as 0 and is remembered as such.
+        {"MalformedCount", field("i2c3") + field("rs:1") + field("pw:1"), "pi2c:3", "prs:1",
+         {"100272 'EXG lead' 0 1 1"}, 1, "pi2c:0", "prs:1"},
+};
+
+class ExgpioChangeTest : public ExgpioReporterTest,
+                         public ::testing::WithParamInterface<ChangeCase> {};
+
+TEST_P(ExgpioChangeTest, OnlyI2cOrRsChangesAreSent) {
+    const ChangeCase& c = GetParam();
+    writeArea(kEmmcArea, c.prevI2c, c.prevRs, c.counts);
+    setService(Service::Running);
+
+    run();
+
+    EXPECT_EQ(describedAtoms(), c.atoms);
+    EXPECT_EQ(count("parse value failed\n"), c.parseFailures);
+    EXPECT_EQ(count(kUnchanged.substr(2)), c.atoms.empty() ? 1u : 0u);
+    expectPrevious(kEmmcArea, c.storedI2c, c.storedRs);
+}
+
+INSTANTIATE_TEST_SUITE_P(Counts, ExgpioChangeTest, ::testing::ValuesIn(kChangeCases),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+TEST_F(ExgpioReporterTest, BytesAfterTheNewTextKeepWhatWasRead) {
+    writeArea(kEmmcArea, "pi2c:123", "prs:1", field("i2c:7") + field("rs:1") + field("pw:0"));
+    setService(Service::Running);
+
+    run();
+
+    expectPrevious(kEmmcArea, std::string("pi2c:7\0" "3", 8), "prs:1");
+}
+
+struct ServiceCase {
+    const char* name;
+    Service service;
+    Strings messages;
+};
+
+const std::string kFields = "E exgpio: EXG lead i2c:3 rs:1 pw:7 pi2c:0 prs:0\n";
+const ServiceCase kServiceCases[] = {
+        {"NotDeclared", Service::NotDeclared,
+         {kStart, "E Stats service is not registered.", kFields, kUnchanged}},
+        {"Refusing", Service::Failing,
+         {kStart, kFields, kSend, "E Unable to report exgpio info to Stats service"}},
+};
+
+class ExgpioServiceTest : public ExgpioReporterTest,
+                          public ::testing::WithParamInterface<ServiceCase> {};
+
+// A change seen while the service is away is remembered all the same, and so never sent.
+TEST_P(ExgpioServiceTest, CountsAreRememberedWithoutAService) {
+    const ServiceCase& c = GetParam();
+    writeArea(kEmmcArea, "pi2c:0", "prs:0");
+    setService(c.service);
+
+    run();
+
+    EXPECT_EQ(reporterMessages(), c.messages);
+    expectPrevious(kEmmcArea, "pi2c:3", "prs:1");
+}
+
+INSTANTIATE_TEST_SUITE_P(Services, ExgpioServiceTest, ::testing::ValuesIn(kServiceCases),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+TEST_F(ExgpioReporterTest, IncompleteWriteBackIsReportedWithTheByteSum) {
+    writeArea(kEmmcArea, "pi2c:2", "prs:0");
+    setService(Service::Running);
+    // A file size limit right after field 5 makes the write of field 6 fail alone.
+    rlimit saved{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &saved), 0);
+    rlimit limit = saved;
+    limit.rlim_cur = kEmmcArea + kPrevRs;
+    struct sigaction ignore = {}, previous = {};
+    ignore.sa_handler = SIG_IGN;
+    ASSERT_EQ(sigaction(SIGXFSZ, &ignore, &previous), 0);
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+
+    run();
+
+    setrlimit(RLIMIT_FSIZE, &saved);
+    sigaction(SIGXFSZ, &previous, nullptr);
+    EXPECT_EQ(reporterMessages(),
+              (Strings{kStart, "E exgpio: EXG lead i2c:3 rs:1 pw:7 pi2c:2 prs:0\n",
+                       "E update prev exgpio reserve info failed, count = 15\n", kSend}));
+    EXPECT_EQ(describedAtoms(), Strings{"100272 'EXG lead' 3 1 7"});
+    expectPrevious(kEmmcArea, "pi2c:3", "prs:0");
+}
+
+TEST_F(ExgpioReporterTest, MissingPartitionIsNeitherReadNorWritten) {
+    setService(Service::Running);
+
+    run();
+
+    // Opening the partition would log a line of its own.
+    EXPECT_EQ(lines().size(), 2u);
+    EXPECT_EQ(reporterMessages(), (Strings{kStart, kUnchanged}));
+    EXPECT_TRUE(atoms().empty());
+}
+
+TEST_F(ExgpioReporterTest, WithoutTheChipNothingIsReadOrSent) {
+    writeArea(kEmmcArea, "pi2c:0", "prs:0");
+    std::filesystem::remove(hostPath(kProbe));
+    setService(Service::Running);
+
+    run();
+
+    EXPECT_EQ(lines().size(), 2u);
+    EXPECT_EQ(reporterMessages(), (Strings{kStart, "E exgpio is not support!\n"}));
+    EXPECT_TRUE(atoms().empty());
+    expectPartitionUnchangedExcept();
+}
+
+}  // namespace

@@ -1,0 +1,184 @@
+// The FPGA health reporter: one delayed pass that sends atom 100196 and resets the reboot count.
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include <zenth_host/EmulatedDevice.h>
+
+#include "ZenthFpga.h"
+#include "support/ReporterTest.h"
+
+namespace {
+
+using ::aidl::vendor::zenth::hardware::misc::ZenthFpga;
+using Strings = std::vector<std::string>;
+using Service = ReporterTest::Service;
+
+constexpr off_t kBlock = 5324800;
+constexpr off_t kRebootField = kBlock + 32;
+constexpr const char* kProbe = "/proc/fpga/status";
+const std::string kStart = "E Another thread to delay report fpga info";
+const std::string kNoService = "E misc fpga unable to get Stats service";
+const std::string kReset = "E reset reboot val\n";
+const std::string kSend = "D doReportEvent\n";
+
+class FpgaReporterTest : public ReporterTest {
+  protected:
+    void SetUp() override {
+        ReporterTest::SetUp();
+        writeFile(kProbe, "");
+    }
+
+    void writeBlock(const Strings& fields) {
+        createReservePartition();
+        std::string bytes;
+        for (const std::string& text : fields) bytes += field(text);
+        writePartition(kBlock, bytes);
+    }
+
+    void writeBlockWithReboots(const std::string& rebootField) {
+        writeBlock({"FPGA-7", "up:1", rebootField, "i2c:4", "sr:0", "hr:2", "ec:5", "bf:0"});
+    }
+
+    void run() {
+        runReporter([this] { fpga_.fpgaReportStats(); });
+    }
+
+    ZenthFpga fpga_;
+};
+
+TEST_F(FpgaReporterTest, SendsEveryCounterThenResetsTheRebootCount) {
+    // A leading text filling its field has no NUL of its own.
+    writeBlock({"FPGA-7 lot 12345", "up:1", "rb:3", "i2c:4", "sr:0", "hr:2", "ec:5", "bf:0"});
+    setService(Service::Running);
+
+    run();
+
+    EXPECT_EQ(emulated::sleeping::calls(), std::vector<unsigned>{5000000});
+    EXPECT_EQ(describedAtoms(), Strings{"100196 'FPGA-7 lot 12345' 1 3 4 0 2 5 0"});
+    EXPECT_EQ(reporterMessages(),
+              (Strings{kStart, "E FPGA-7 lot 12345 up:1 rb:3 i2c:4 sr:0 hr:2 ec:5 bf:0\n", kSend,
+                       kReset}));
+    EXPECT_EQ(readPartition(kRebootField, 16), field("rb:0"));
+    expectPartitionUnchangedExcept({{kRebootField, 16}});
+}
+
+TEST_F(FpgaReporterTest, MalformedFieldsCountAsZero) {
+    // The fault code is stored as raw bytes, so the ec field does not parse as a number.
+    writeBlock({"", "up12", "rb:1", "i2c:4", "xx:9", "hr:2",
+                std::string("ec:\0\0\0\0\0\x12\x34", 10), "bf:6"});
+    setService(Service::Running);
+
+    run();
+
+    EXPECT_EQ(describedAtoms(), Strings{"100196 '' 0 1 4 0 2 0 6"});
+    EXPECT_EQ(reporterMessages(),
+              (Strings{kStart, "E  up12 rb:1 i2c:4 xx:9 hr:2 ec: bf:6\n", "E parse value failed\n",
+                       "E parse sr value failed\n", "E parse value failed\n", kSend, kReset}));
+}
+
+struct RebootCase {
+    const char* name;
+    std::string stored;
+    int32_t reported;
+    std::string written;
+    bool reset;
+};
+
+const RebootCase kRebootCases[] = {
+        {"Counted", "rb:7", 7, "rb:0", true},
+        // Stale bytes after the NUL go as well: the field is written whole.
+        {"Zero", std::string("rb:0\0stale", 10), 0, "rb:0", false},
+        {"Negative", "rb:-2", -2, "rb:-2", false},
+        {"Malformed", "rb:x", 0, "rb:0", false},
+};
+
+class FpgaRebootCountTest : public FpgaReporterTest,
+                            public ::testing::WithParamInterface<RebootCase> {};
+
+TEST_P(FpgaRebootCountTest, WritesTheFieldBackWhole) {
+    const RebootCase& c = GetParam();
+    writeBlockWithReboots(c.stored);
+    setService(Service::Running);
+
+    run();
+
+    EXPECT_EQ(describedAtoms(),
+              Strings{"100196 'FPGA-7' 1 " + std::to_string(c.reported) + " 4 0 2 5 0"});
+    EXPECT_EQ(count(kReset.substr(2)), c.reset ? 1u : 0u);
+    EXPECT_EQ(readPartition(kRebootField, 16), field(c.written));
+    expectPartitionUnchangedExcept({{kRebootField, 16}});
+}
+
+INSTANTIATE_TEST_SUITE_P(Fields, FpgaRebootCountTest, ::testing::ValuesIn(kRebootCases),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+struct ServiceCase {
+    const char* name;
+    Service service;
+    Strings messages;
+    size_t atoms;
+};
+
+const std::string kFields = "E FPGA-7 up:1 rb:3 i2c:4 sr:0 hr:2 ec:5 bf:0\n";
+const ServiceCase kServiceCases[] = {
+        {"NotDeclared", Service::NotDeclared,
+         {kStart, "E Stats service is not registered.", kFields, kNoService, kReset}, 0},
+        {"NotRunning", Service::DeclaredNotRunning,
+         {kStart, kFields, kNoService, kReset}, 0},
+        {"Refusing", Service::Failing,
+         {kStart, kFields, kSend, "E Unable to report fpga info to Stats service", kReset}, 1},
+};
+
+class FpgaServiceTest : public FpgaReporterTest,
+                        public ::testing::WithParamInterface<ServiceCase> {};
+
+// Reboots seen while the service is away are not reported at a later start either.
+TEST_P(FpgaServiceTest, RebootCountIsResetWithoutAService) {
+    const ServiceCase& c = GetParam();
+    writeBlockWithReboots("rb:3");
+    setService(c.service);
+
+    run();
+
+    EXPECT_EQ(reporterMessages(), c.messages);
+    EXPECT_EQ(atoms().size(), c.atoms);
+    EXPECT_EQ(readPartition(kRebootField, 16), field("rb:0"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Services, FpgaServiceTest, ::testing::ValuesIn(kServiceCases),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+TEST_F(FpgaReporterTest, UnreadableBlockSendsZerosAndStillWritesBack) {
+    writeBlockWithReboots("rb:5");
+    // Writable but not readable: only the read fails.
+    std::filesystem::permissions(hostPath(kReservePartition), std::filesystem::perms::owner_write);
+    setService(Service::Running);
+
+    run();
+
+    std::filesystem::permissions(hostPath(kReservePartition), std::filesystem::perms::owner_read |
+                                                                      std::filesystem::perms::owner_write);
+    EXPECT_EQ(describedAtoms(), Strings{"100196 '' 0 0 0 0 0 0 0"});
+    EXPECT_EQ(reporterMessages(),
+              (Strings{kStart, "E getMessage readInterface /dev/block/by-name/zenthreserve1 error",
+                       kSend}));
+    EXPECT_EQ(readPartition(kRebootField, 16), field("rb:0"));
+}
+
+TEST_F(FpgaReporterTest, WithoutTheFpgaNothingIsReadOrSent) {
+    std::filesystem::remove(hostPath(kProbe));
+    setService(Service::Running);
+
+    run();
+
+    // No partition exists: any attempt to open it would log a line of its own.
+    EXPECT_EQ(lines().size(), 2u);
+    EXPECT_EQ(reporterMessages(), (Strings{kStart, "E fpga is not support!\n"}));
+    EXPECT_TRUE(atoms().empty());
+}
+
+}  // namespace

@@ -1,0 +1,111 @@
+#include "support/ReporterTest.h"
+
+#include <android/binder_manager.h>
+#include <android/log.h>
+
+#include <chrono>
+#include <filesystem>
+#include <set>
+#include <thread>
+
+#include <zenth_host/binder_host.h>
+
+#include "StatsClient.h"
+
+using ::aidl::android::frameworks::stats::VendorAtomValue;
+namespace misc = ::aidl::vendor::zenth::hardware::misc;
+
+namespace {
+
+// Ids of this process's threads now; std::filesystem is not redirected into the device root.
+std::set<std::string> threadIds() {
+    std::set<std::string> ids;
+    for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+        ids.insert(task.path().filename().string());
+    }
+    return ids;
+}
+
+std::string describe(const VendorAtomValue& value) {
+    switch (value.getTag()) {
+        case VendorAtomValue::Tag::stringValue:
+            return "'" + value.get<VendorAtomValue::Tag::stringValue>() + "'";
+        case VendorAtomValue::Tag::intValue:
+            return std::to_string(value.get<VendorAtomValue::Tag::intValue>());
+        default:
+            return "?";
+    }
+}
+
+}  // namespace
+
+void ReporterTest::SetUp() {
+    DeviceTest::SetUp();
+    misc::gFpgaStatsDeclared = false;
+    misc::gExgpioStatsDeclared = false;
+    stats_ = ndk::SharedRefBase::make<zenth_host::FakeStats>();
+}
+
+void ReporterTest::TearDown() {
+    zenth_host::resetServiceManager();
+    stats_.reset();
+    DeviceTest::TearDown();
+}
+
+void ReporterTest::setService(Service service) {
+    const std::string instance = zenth_host::FakeStats::instanceName();
+    if (service != Service::NotDeclared) zenth_host::declareInstance(instance);
+    // An undeclared service still runs: the reporter must not look past the manifest.
+    if (service != Service::DeclaredNotRunning) {
+        ASSERT_EQ(AServiceManager_addService(stats_->asBinder().get(), instance.c_str()), EX_NONE);
+    }
+    stats_->setFailing(service == Service::Failing);
+}
+
+std::vector<std::string> ReporterTest::describedAtoms() const {
+    std::vector<std::string> described;
+    for (const VendorAtom& atom : stats_->atoms()) {
+        std::string text = std::to_string(atom.atomId);
+        for (const VendorAtomValue& value : atom.values) text += " " + describe(value);
+        described.push_back(text);
+    }
+    return described;
+}
+
+void ReporterTest::runReporter(const std::function<void()>& start) {
+    // A sanitizer runtime may start a helper thread of its own with the first thread created;
+    // it must not be taken for the reporter's.
+    std::thread([] {}).join();
+    const std::set<std::string> before = threadIds();
+    start();
+    std::set<std::string> started;
+    for (const std::string& id : threadIds()) {
+        if (before.count(id) == 0) started.insert(id);
+    }
+    // The end of a detached thread signals nothing but its disappearance from the task list.
+    const auto deadline = std::chrono::steady_clock::now() + kWait;
+    for (const std::string& id : started) {
+        while (std::filesystem::exists("/proc/self/task/" + id)) {
+            ASSERT_LT(std::chrono::steady_clock::now(), deadline) << "the reporter did not end";
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+    }
+}
+
+std::vector<std::string> ReporterTest::reporterMessages() const {
+    std::vector<std::string> messages;
+    for (const LogLine& line : lines()) {
+        if (!isDefaultTag(line.tag)) continue;
+        const char* priority = line.priority == ANDROID_LOG_ERROR   ? "E "
+                               : line.priority == ANDROID_LOG_DEBUG ? "D "
+                                                                    : "? ";
+        messages.push_back(priority + line.message);
+    }
+    return messages;
+}
+
+std::string ReporterTest::field(const std::string& text) {
+    std::string bytes = text;
+    bytes.resize(misc::kCounterFieldSize, '\0');
+    return bytes;
+}

@@ -1,0 +1,46 @@
+#pragma once
+
+// ReporterTest: a DeviceTest with a recording statistics service, for the health reporters.
+// Each test starts with both reporters' declared flags cleared and an empty service manager.
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <zenth_host/FakeStats.h>
+
+#include "support/DeviceTest.h"
+
+class ReporterTest : public DeviceTest {
+  public:
+    // How the statistics service looks to a reporter (tables of cases name these).
+    enum class Service { NotDeclared, DeclaredNotRunning, Running, Failing };
+
+    // A 16-byte counter field holding `text` and zero bytes after it.
+    static std::string field(const std::string& text);
+
+  protected:
+    using VendorAtom = ::aidl::android::frameworks::stats::VendorAtom;
+
+    void SetUp() override;
+    void TearDown() override;
+
+    void setService(Service service);
+    const std::shared_ptr<zenth_host::FakeStats>& fakeStats() const { return stats_; }
+    std::vector<VendorAtom> atoms() const { return stats_->atoms(); }
+    // The atoms received as "atomId 'text' int int ...", one string per atom; entries of
+    // another kind than the reporters use show as "?".
+    std::vector<std::string> describedAtoms() const;
+
+    // Starts a reporter and waits until its thread has ended: the delay, the probe and the
+    // whole pass are over, every descriptor closed and the service handle released.
+    void runReporter(const std::function<void()>& start);
+
+    // Log lines of the reporters (logged without a tag) in order, each as "E message" or
+    // "D message" for the error and the debug priority.
+    std::vector<std::string> reporterMessages() const;
+
+  private:
+    std::shared_ptr<zenth_host::FakeStats> stats_;
+};
