@@ -1,19 +1,220 @@
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include <cstdint>
+
+#include <android/log.h>
+
+#include "MiscNodeTable.h"
+#include "NodeInterface.h"
+#include "ReservePartition.h"
 #include "ZenthFpga.h"
 
 namespace aidl::vendor::zenth::hardware::misc {
 
 std::mutex gFpgaOpInfoMutex;
 
-int fpgaOpWrite(unsigned long /*value*/) {
-    return -1;
+namespace {
+
+// Operation record: fields 3 to 6 of the operation-info block, rewritten as one unit.
+constexpr int kOpRecordOffset = 0x514030;
+constexpr int kOpRecordSize = 64;
+constexpr long kCountLimit = 99999999999L;
+
+// Fault code: bits 54..0 of a tagged value, big-endian in 7 bytes.
+constexpr unsigned long kTagMask = 0xFF80000000000000UL;
+constexpr unsigned long kTagValue = 0xAA80000000000000UL;
+constexpr unsigned long kFaultCodeMask = ~kTagMask;
+constexpr int kFaultCodeSize = 7;
+constexpr int kFaultCodePos = 51;
+
+// Node view of node flag 288: fields 1 to 7 less the last 8 bytes.
+constexpr int kOpInfoViewOffset = 0x514010;
+constexpr int kOpInfoViewSize = 120;
+constexpr size_t kViewCodeStart = kOpRecordOffset - kOpInfoViewOffset + kFaultCodePos;  // 83
+constexpr size_t kViewCodeEnd = kViewCodeStart + kFaultCodeSize;                         // 90
+constexpr size_t kViewShiftedBytes = 16;
+constexpr size_t kViewShift = 2;
+constexpr size_t kCodeTextSize = 32;
+
+// Enable-info area: header, then the "sr" and the "hr" info text.
+constexpr int kEnableHeaderOffset = 0x514320;
+constexpr int kEnableSrOffset = 0x514330;
+constexpr int kEnableHrOffset = 0x514340;
+constexpr size_t kEnableFieldSize = 16;
+constexpr char kEnableHeader[kEnableFieldSize] = "fpga_op_info_e";  // two NULs after the name
+constexpr int kEnableViewSize = 32;
+
+struct CountField {
+    size_t pos;
+    size_t size;
+};
+
+// Position of the count for fault values 1, 2 and 3 ("i2c", "sr", "hr").
+constexpr CountField kCountFields[] = {{4, 12}, {19, 13}, {35, 13}};
+
+bool isTagged(unsigned long value) {
+    return (value & kTagMask) == kTagValue;
 }
 
-int ZenthFpga::readFpgaOpInfoEn(const char* /*path*/, char* /*cb_data*/, int /*nodeFlag*/) {
-    return -1;
+unsigned long long readBigEndian(const char* bytes, int size) {
+    unsigned long long result = 0;
+    for (int i = 0; i < size; ++i) {
+        result = (result << 8) | static_cast<uint8_t>(bytes[i]);
+    }
+    return result;
 }
 
-int ZenthFpga::writeFpgaOpInfoEn(const char* /*path*/, const std::string& /*info*/) {
-    return -1;
+void bumpCount(char* record, const CountField& field) {
+    long count = strtol(record + field.pos, nullptr, 10);
+    if (count < 0) {
+        count = 0;
+    } else if (count < kCountLimit) {
+        ++count;
+    } else {
+        count = kCountLimit;
+    }
+    snprintf(record + field.pos, field.size, "%ld", count);
+}
+
+void storeFaultCode(char* record, unsigned long value) {
+    unsigned long code = value & kFaultCodeMask;
+    for (int i = kFaultCodeSize - 1; i >= 0; --i) {
+        record[kFaultCodePos + i] = static_cast<char>(code & 0xFF);
+        code >>= 8;
+    }
+}
+
+// Replaces the raw fault code of a node-288 view by its hexadecimal text.
+int getFpgaOpEcData(char* cb_data) {
+    __android_log_print(ANDROID_LOG_DEBUG, nullptr, "getFpgaOpEcData start:%zu, end:%zu\n",
+                        kViewCodeStart, kViewCodeEnd);
+    unsigned long long code = readBigEndian(cb_data + kViewCodeStart, kFaultCodeSize);
+    __android_log_print(ANDROID_LOG_DEBUG, nullptr, "read_data_ec = 0x%llx", code);
+    if (code == 0) {
+        __android_log_print(ANDROID_LOG_DEBUG, nullptr, "getFpgaOpEcData is 0");
+    }
+    char text[kCodeTextSize] = {};
+    int len = snprintf(text, sizeof(text), "%llx", code);
+    __android_log_print(ANDROID_LOG_DEBUG, nullptr, "getFpgaOpEcData len=%d, temp_buffer=%s", len,
+                        text);
+    if (len < 0) {
+        __android_log_print(ANDROID_LOG_DEBUG, nullptr,
+                            "Error: Failed to convert uint64_t to string.\n");
+        return -1;
+    }
+    if (static_cast<size_t>(len) >= kCodeTextSize) {
+        __android_log_print(ANDROID_LOG_DEBUG, nullptr,
+                            "Error: Not enough space in cb_data to copy the string.\n");
+        return -1;
+    }
+    // The text can be longer than the raw code: the bytes after the code move up by two
+    // before the text is copied in.
+    memmove(cb_data + kViewCodeEnd + kViewShift, cb_data + kViewCodeEnd, kViewShiftedBytes);
+    memcpy(cb_data + kViewCodeStart, text, static_cast<size_t>(len) + 1);
+    return 0;
+}
+
+// Places the 16-character working copy in its field, writing the header first if missing.
+int writeEnableInfo(const char* path, const std::string& work) {
+    // One spare byte keeps the header text terminated for the log line.
+    char header[kEnableFieldSize + 1] = {};
+    int got = readInterface(path, kEnableHeaderOffset, header, kEnableFieldSize);
+    __android_log_print(ANDROID_LOG_DEBUG, nullptr,
+                        "writeFpgaOpInfo readInterface first cb_data = %s", header);
+
+    int target;
+    if (work.find("sr") != std::string::npos) {
+        target = kEnableSrOffset;
+    } else if (work.find("hr") != std::string::npos) {
+        target = kEnableHrOffset;
+    } else {
+        // A text naming neither field has nowhere to go; the area stays as it is.
+        __android_log_print(ANDROID_LOG_ERROR, nullptr,
+                            "writeFpgaOpInfo info = %s has neither sr nor hr", work.c_str());
+        return -1;
+    }
+
+    if (got >= 1 && memcmp(header, kEnableHeader, kEnableFieldSize) == 0) {
+        __android_log_print(ANDROID_LOG_DEBUG, nullptr, "writeFpgaOpInfo info = %s", work.c_str());
+    } else if (writeInterface(path, kEnableHeaderOffset, kEnableHeader, kEnableFieldSize) < 1) {
+        __android_log_print(ANDROID_LOG_ERROR, nullptr,
+                            "writeFpgaOpInfo first writeInterface failed");
+        return -1;
+    } else {
+        __android_log_print(ANDROID_LOG_DEBUG, nullptr, "writeFpgaOpInfo first Info = %s",
+                            work.c_str());
+    }
+    return writeInterface(path, target, work.data(),
+                          static_cast<int>(strnlen(work.data(), kEnableFieldSize)));
+}
+
+}  // namespace
+
+int fpgaOpWrite(unsigned long value) {
+    const CountField* count = nullptr;
+    if (value >= 1 && value <= 3) {
+        count = &kCountFields[value - 1];
+    } else if (!isTagged(value)) {
+        __android_log_print(ANDROID_LOG_ERROR, nullptr, "mode is not support");
+        return -1;
+    }
+
+    // One spare byte keeps the record's texts terminated for the log line.
+    char record[kOpRecordSize + 1] = {};
+    int written;
+    {
+        std::lock_guard<std::mutex> lock(gFpgaOpInfoMutex);
+        int got = readInterface(kReservePartitionPath, kOpRecordOffset, record, kOpRecordSize);
+        if (got < 0) {
+            __android_log_print(ANDROID_LOG_ERROR, nullptr, "readInterface %s error",
+                                kReservePartitionPath);
+            return -1;
+        }
+        __android_log_print(ANDROID_LOG_DEBUG, nullptr, "fpgaOpWrite: %s %s %s ec:0x%llx count:%d",
+                            record, record + 16, record + 32,
+                            readBigEndian(record + kFaultCodePos, kFaultCodeSize), got);
+        if (count != nullptr) {
+            bumpCount(record, *count);
+        } else {
+            storeFaultCode(record, value);
+        }
+        written = writeInterface(kReservePartitionPath, kOpRecordOffset, record, kOpRecordSize);
+    }
+    if (written < 0) {
+        __android_log_print(ANDROID_LOG_ERROR, nullptr, "Failed to write partition file");
+        return -1;
+    }
+    return 0;
+}
+
+int ZenthFpga::readFpgaOpInfoEn(const char* path, char* cb_data, int nodeFlag) {
+    int count;
+    if (nodeFlag == FPGA_OP_INFO_NODE) {
+        __android_log_print(ANDROID_LOG_DEBUG, nullptr, "FPGA_OP_INFO_NODE");
+        count = readInterface(path, kOpInfoViewOffset, cb_data, kOpInfoViewSize);
+    } else {
+        __android_log_print(ANDROID_LOG_DEBUG, nullptr, "FPGA_OP_INFO_EN_NODE");
+        count = readInterface(path, kEnableSrOffset, cb_data, kEnableViewSize);
+    }
+    __android_log_print(ANDROID_LOG_DEBUG, nullptr, "count = %d", count);
+    if (nodeFlag != FPGA_OP_INFO_NODE) {
+        return count;
+    }
+    // The code text is placed even when the read failed.
+    if (getFpgaOpEcData(cb_data) < 0) {
+        return -1;
+    }
+    return count;
+}
+
+int ZenthFpga::writeFpgaOpInfoEn(const char* path, const std::string& info) {
+    std::string work = info;
+    work.resize(kEnableFieldSize, '\0');
+    int result = writeEnableInfo(path, work);
+    __android_log_print(ANDROID_LOG_DEBUG, nullptr, "writeFpgaOpInfo count = %d", result);
+    return result;
 }
 
 }  // namespace aidl::vendor::zenth::hardware::misc
