@@ -1,12 +1,98 @@
 #include "ZenthFan.h"
 
+#include <string.h>
+#include <unistd.h>
+
 #include <android/log.h>
 
+#include "NodeInterface.h"
+#include "ReservePartition.h"
 #include "ZenthMisc.h"
 
 namespace aidl::vendor::zenth::hardware::misc {
 
-ZenthFan::ZenthFan() {}
+namespace {
+
+constexpr const char* kFanDeviceIdPath = "/sys/class/leds/fan/device_id";
+constexpr const char* kFanRpmTablePath = "/sys/class/leds/fan/rpm_table";
+
+// Fan identity region of the reserve partition: the hardware id at its start,
+// the RPM table text further in.
+constexpr int kFanRegionOffsetEmmc = 5107712;  // 0x4DF000
+constexpr int kFanRegionOffsetUfs = 5369856;   // 0x51F000
+constexpr int kFanHardwareIdLength = 12;
+constexpr int kFanRpmTableOffset = 64;
+constexpr int kFanRpmTableLength = 128;
+
+struct FanVariant {
+    const char* hardwareId;
+    const char* deviceId;
+};
+
+// Matched in this order; the driver knows two variants.
+constexpr FanVariant kFanVariants[] = {
+        {"473918000001", "0"},
+        {"473918000005", "0"},
+        {"473918000003", "1"},
+        {"473918000004", "1"},
+};
+
+bool nodeExists(const char* path) {
+    return access(path, F_OK) == 0;
+}
+
+void setFanDeviceId(int regionOffset) {
+    char hardwareId[kFanHardwareIdLength + 1] = {};
+    if (readInterface(kReservePartitionPath, regionOffset, hardwareId, kFanHardwareIdLength) < 1) {
+        return;
+    }
+    __android_log_print(ANDROID_LOG_DEBUG, kMiscLogTag, "read fan hw id = %s", hardwareId);
+    for (const FanVariant& variant : kFanVariants) {
+        if (memcmp(hardwareId, variant.hardwareId, kFanHardwareIdLength) == 0) {
+            __android_log_print(ANDROID_LOG_DEBUG, kMiscLogTag, "set fan device_id = %s",
+                                variant.deviceId);
+            writeInterface(kFanDeviceIdPath, 0, variant.deviceId, 1);
+            return;
+        }
+    }
+    __android_log_print(ANDROID_LOG_DEBUG, kMiscLogTag, "invalid data");
+}
+
+void loadFanRpmTable(int regionOffset) {
+    char table[kFanRpmTableLength + 1] = {};
+    if (readInterface(kReservePartitionPath, regionOffset + kFanRpmTableOffset, table,
+                      kFanRpmTableLength) < 1) {
+        return;
+    }
+    __android_log_print(ANDROID_LOG_DEBUG, kMiscLogTag, "read fan rpm table info = %s", table);
+    writeInterface(kFanRpmTablePath, 0, table,
+                   static_cast<int>(strnlen(table, kFanRpmTableLength)));
+}
+
+}  // namespace
+
+// Makes its own storage tests: the service object's flags are not the fan's business.
+ZenthFan::ZenthFan() {
+    bool reserve = reservePartitionExists();
+    bool emmc = storageIsEmmc();
+    __android_log_print(ANDROID_LOG_DEBUG, kMiscLogTag, "gIsReserveIntegrate=%d, gIsEmmcStorage=%d",
+                        reserve ? 1 : 0, emmc ? 1 : 0);
+    int regionOffset = emmc ? kFanRegionOffsetEmmc : kFanRegionOffsetUfs;
+
+    bool deviceIdSupported = nodeExists(kFanDeviceIdPath);
+    __android_log_print(ANDROID_LOG_DEBUG, kMiscLogTag, "fan device_id support = %d",
+                        deviceIdSupported ? 1 : 0);
+    if (deviceIdSupported && reserve) {
+        setFanDeviceId(regionOffset);
+    }
+
+    bool rpmTableSupported = nodeExists(kFanRpmTablePath);
+    __android_log_print(ANDROID_LOG_DEBUG, kMiscLogTag, "fan rpm_table support = %d",
+                        rpmTableSupported ? 1 : 0);
+    if (rpmTableSupported && reserve) {
+        loadFanRpmTable(regionOffset);
+    }
+}
 
 ZenthFan::~ZenthFan() {
     __android_log_print(ANDROID_LOG_DEBUG, kMiscLogTag, "ZenthFan::~ZenthFan\n");

@@ -1,13 +1,89 @@
 #include "ZenthMisc.h"
 
+#include <stdio.h>
+#include <string.h>
+
+#include <algorithm>
+#include <cstdint>
+
 #include <android/log.h>
+
+#include "CalibrationStore.h"
+#include "NodeInterface.h"
+#include "ReservePartition.h"
 
 namespace aidl::vendor::zenth::hardware::misc {
 
 bool gIsReserveIntegrate = false;
 bool gIsEmmcStorage = true;
 
-ZenthMisc::ZenthMisc() {}
+namespace {
+
+constexpr const char* kMotorHallNodePath = "/sys/class/motor/hall_calibration";
+constexpr const char* kTriStateHallNodePath = "/proc/tristatekey/hall_data_calib";
+constexpr const char* kMagneticCoverNodePath = "/proc/magnetic_cover/magcvr_data_handle";
+
+// The drivers take no more than this of each stored file.
+constexpr int kTriStateRestoreLength = 128;
+constexpr int kMagneticCoverRestoreLength = 8;
+constexpr size_t kMotorHallTextSize = 128;
+
+void restoreMotorHallCalibration() {
+    int32_t v[kMotorHallRecordValues] = {};
+    if (readInterface(kReservePartitionPath, motorHallRecordOffset(), v, sizeof(v)) < 1) {
+        return;
+    }
+    __android_log_print(ANDROID_LOG_DEBUG, kMiscLogTag, "motor calibration data %d,%d,%d,%d,%d,%d",
+                        v[0], v[1], v[2], v[3], v[4], v[5]);
+    // An all-zero record is what an erased partition holds: nothing was ever calibrated.
+    if (std::all_of(std::begin(v), std::end(v), [](int32_t x) { return x == 0; })) {
+        __android_log_print(ANDROID_LOG_DEBUG, kMiscLogTag, "invalid motor hall cali data");
+        return;
+    }
+    char text[kMotorHallTextSize] = {};
+    snprintf(text, sizeof(text), "%d,%d,%d,%d,%d,%d", v[0], v[1], v[2], v[3], v[4], v[5]);
+    int count = writeInterface(kMotorHallNodePath, 0, text, static_cast<int>(strlen(text)));
+    __android_log_print(ANDROID_LOG_DEBUG, kMiscLogTag, "motor calbration data write count = %d",
+                        count);
+}
+
+void restoreTriStateHallCalibration() {
+    char data[kTriStateRestoreLength + 1] = {};
+    int count = readInterface(kTriStateHallDataPath, 0, data, kTriStateRestoreLength);
+    if (count < 1) {
+        return;
+    }
+    // The store keeps the separators the client sent; the driver parses commas.
+    std::replace(data, data + count, ';', ',');
+    writeInterface(kTriStateHallNodePath, 0, data, count);
+}
+
+void restoreMagneticCoverCalibration() {
+    char data[kMagneticCoverRestoreLength + 1] = {};
+    int count = readInterface(kMagneticCoverDataPath, 0, data, kMagneticCoverRestoreLength);
+    if (count < 1) {
+        __android_log_print(ANDROID_LOG_DEBUG, kMiscLogTag, "no file %s", kMagneticCoverNodePath);
+        return;
+    }
+    writeInterface(kMagneticCoverNodePath, 0, data, count);
+}
+
+}  // namespace
+
+// Runs before any other thread exists, so the storage flags need no lock.
+ZenthMisc::ZenthMisc() {
+    if (reservePartitionExists()) {
+        gIsReserveIntegrate = true;
+    }
+    gIsEmmcStorage = storageIsEmmc();
+    __android_log_print(ANDROID_LOG_DEBUG, kMiscLogTag, "gIsReserveIntegrate=%d, gIsEmmcStorage=%d",
+                        gIsReserveIntegrate ? 1 : 0, gIsEmmcStorage ? 1 : 0);
+    if (gIsReserveIntegrate) {
+        restoreMotorHallCalibration();
+    }
+    restoreTriStateHallCalibration();
+    restoreMagneticCoverCalibration();
+}
 
 ndk::ScopedAStatus ZenthMisc::initialize(ZenthMiscStatus* /*_aidl_return*/) {
     __android_log_print(ANDROID_LOG_ERROR, kMiscLogTag, "zenth misc initialize enter");
