@@ -1,6 +1,46 @@
 #include "ZenthFpga.h"
 
+#include <dirent.h>
+#include <stdio.h>
+#include <string.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <vector>
+
+#include <android/log.h>
+
 namespace aidl::vendor::zenth::hardware::misc {
+
+namespace {
+
+// The reserve file system is small: only the newest entries are kept.
+constexpr size_t kMaxFpgaLogEntries = 10;
+
+std::string entryPath(const std::string& name) {
+    return std::string(kFpgaLogDir) + "/" + name;
+}
+
+// Every entry whose status can be queried counts, whatever its type.
+std::vector<FileEntry> listEntries(DIR* dir) {
+    std::vector<FileEntry> entries;
+    while (struct dirent* entry = readdir(dir)) {
+        if (strcmp(entry->d_name, ".") == 0 || strcmp(entry->d_name, "..") == 0) {
+            continue;
+        }
+        std::string path = entryPath(entry->d_name);
+        struct stat st;
+        if (stat(path.c_str(), &st) != 0) {
+            __android_log_print(ANDROID_LOG_ERROR, nullptr, "Failed to get file status for: %s",
+                                path.c_str());
+            continue;
+        }
+        entries.push_back(FileEntry{entry->d_name, st.st_mtim});
+    }
+    return entries;
+}
+
+}  // namespace
 
 bool compareFiles(const FileEntry& a, const FileEntry& b) {
     if (a.modTime.tv_sec != b.modTime.tv_sec) {
@@ -10,6 +50,26 @@ bool compareFiles(const FileEntry& a, const FileEntry& b) {
 }
 
 int DeleteOldLog() {
+    DIR* dir = opendir(kFpgaLogDir);
+    if (dir == nullptr) {
+        __android_log_print(ANDROID_LOG_ERROR, nullptr, "Failed to open directory: %s",
+                            kFpgaLogDir);
+        return -1;
+    }
+    std::vector<FileEntry> entries = listEntries(dir);
+    closedir(dir);
+
+    std::sort(entries.begin(), entries.end(), compareFiles);
+    // A failed removal is not made up for by removing a newer entry.
+    for (size_t i = 0; i + kMaxFpgaLogEntries < entries.size(); ++i) {
+        std::string path = entryPath(entries[i].fileName);
+        if (remove(path.c_str()) == 0) {
+            __android_log_print(ANDROID_LOG_DEBUG, nullptr, "Deleted file: %s", path.c_str());
+        } else {
+            __android_log_print(ANDROID_LOG_ERROR, nullptr, "Failed to delete file: %s",
+                                path.c_str());
+        }
+    }
     return 0;
 }
 

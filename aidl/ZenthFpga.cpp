@@ -1,8 +1,93 @@
 #include "ZenthFpga.h"
 
+#include <errno.h>
+#include <fcntl.h>
+#include <poll.h>
+#include <string.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <thread>
+
 #include <android/log.h>
 
 namespace aidl::vendor::zenth::hardware::misc {
+
+namespace {
+
+// The driver makes this node readable for each fault; its first 8 bytes hold the fault value.
+constexpr const char* kFaultNodePath = "/proc/fpga/errinfoto_op";
+
+// Detached so that a slow consumer never holds up the next read of the fault node.
+template <typename Function, typename... Args>
+void startDetached(Function function, Args... args) {
+    std::thread worker(function, args...);
+    if (worker.joinable()) {
+        worker.detach();
+    } else {
+        __android_log_print(ANDROID_LOG_ERROR, nullptr, "Failed to create fpgaThread");
+    }
+}
+
+enum class WaitResult { kReadable, kRetry, kFatal };
+
+WaitResult waitReadable(struct pollfd* pfd) {
+    pfd->revents = 0;
+    int ret = poll(pfd, 1, -1);
+    if (ret == 0) {
+        __android_log_print(ANDROID_LOG_ERROR, nullptr, "poll timeout");
+        return WaitResult::kRetry;
+    }
+    if (ret < 0) {
+        if (errno == EINTR) {
+            return WaitResult::kRetry;
+        }
+        __android_log_print(ANDROID_LOG_ERROR, nullptr, "poll error");
+        return WaitResult::kFatal;
+    }
+    if ((pfd->revents & POLLIN) == 0) {
+        __android_log_print(ANDROID_LOG_ERROR, nullptr, "poll revents error %d ,%d", ret,
+                            pfd->events);
+        return WaitResult::kRetry;
+    }
+    return WaitResult::kReadable;
+}
+
+// Runs until the node fails; every value read is handed to both consumers.
+void watchFaultNode(int fd) {
+    struct pollfd pfd = {fd, POLLIN, 0};
+    uint64_t value = 0;
+    for (;;) {
+        WaitResult waited = waitReadable(&pfd);
+        if (waited == WaitResult::kRetry) {
+            continue;
+        }
+        if (waited == WaitResult::kFatal) {
+            return;
+        }
+        if (lseek(fd, 0, SEEK_SET) == -1) {
+            __android_log_print(ANDROID_LOG_ERROR, nullptr, "%s Lseek err:%s", kFaultNodePath,
+                                strerror(errno));
+            return;
+        }
+        ssize_t count = read(fd, &value, sizeof(value));
+        if (count < 0) {
+            if (errno == EINTR) {
+                continue;
+            }
+            __android_log_print(ANDROID_LOG_ERROR, nullptr, "buf read err");
+            return;
+        }
+        __android_log_print(ANDROID_LOG_DEBUG, nullptr, "poll value = 0x%llx ret:%d\r\n",
+                            static_cast<unsigned long long>(value), static_cast<int>(count));
+        startDetached(fpgaOpWrite, static_cast<unsigned long>(value));
+        startDetached(LogSaveFunc, static_cast<unsigned long>(value));
+        // A short read of the next event must leave the missing high-order bytes 0.
+        value = 0;
+    }
+}
+
+}  // namespace
 
 ZenthFpga::ZenthFpga() {
     __android_log_print(ANDROID_LOG_DEBUG, nullptr, "ZenthFpga::ZenthFpga\n");
@@ -12,9 +97,25 @@ ZenthFpga::~ZenthFpga() {
     __android_log_print(ANDROID_LOG_DEBUG, nullptr, "ZenthFpga::~ZenthFpga\n");
 }
 
-void ZenthFpga::startFpgaThread() {}
+void ZenthFpga::startFpgaThread() {
+    // Devices without the node have no FPGA fault reporting.
+    if (access(kFaultNodePath, F_OK) != 0) {
+        return;
+    }
+    __android_log_print(ANDROID_LOG_DEBUG, nullptr, "startFpgaThread come in start");
+    startDetached(fpgaWriteOpFunc);
+    __android_log_print(ANDROID_LOG_DEBUG, nullptr, "startFpgaThread come end");
+}
 
 int fpgaWriteOpFunc() {
+    __android_log_print(ANDROID_LOG_DEBUG, nullptr, "fpgaWriteOpFunc come in");
+    int fd = open(kFaultNodePath, O_RDONLY);
+    if (fd < 0) {
+        __android_log_print(ANDROID_LOG_ERROR, nullptr, "Can't open file %s", kFaultNodePath);
+        return -1;
+    }
+    watchFaultNode(fd);
+    close(fd);
     return -1;
 }
 

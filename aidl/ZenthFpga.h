@@ -29,6 +29,9 @@ int fpgaOpWrite(unsigned long value);
 // Saves the kernel log for one fault value, then trims the fault log directory.
 int LogSaveFunc(unsigned long value);
 
+// Fault log directory: one kernel log dump per allowed fault, trimmed to the newest entries.
+inline constexpr const char* kFpgaLogDir = "/mnt/vendor/zenthreserve/fpga_save_log";
+
 struct FileEntry {
     std::string fileName;
     struct timespec modTime;

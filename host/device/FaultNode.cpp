@@ -327,7 +327,10 @@ int __wrap_close(int fd) {
         Node& n = emulated::fault_node::node();
         std::lock_guard<std::mutex> lock(n.mutex);
         emulated::fault_node::removeDescriptor(fd);
+        // Closed before anyone waiting for the close can look at the process's descriptors.
+        int result = __real_close(fd);
         n.changed.notify_all();
+        return result;
     }
     return __real_close(fd);
 }
