@@ -83,7 +83,7 @@ const std::vector<Console::Command>& Console::commands() {
              &Console::miscWriteNodeFile},
             {"saveCalibrationData", "<type> <data> [length]",
              "store calibration data, print true or false", 2, 3, &Console::saveCalibrationData},
-            {"fault", "<value>", "raise an FPGA fault (e.g. 2, 3, 0xaa80000000001234) and wait until it is handled",
+            {"fault", "<value>", "raise an FPGA fault (2, 3, 5, 0xaa8000000000abcd), wait till handled",
              1, 1, &Console::fault},
             {"faultlogs", "", "list the saved fault logs", 0, 0, &Console::faultLogs},
             {"regions", "", "print the reserve partition's records", 0, 0, &Console::regions},
