@@ -7,6 +7,8 @@
 
 #include <zenth_host/EmulatedDevice.h>
 
+#include "ProcessThreads.h"
+
 namespace zenth_console {
 
 namespace fs = std::filesystem;
@@ -16,12 +18,6 @@ namespace {
 
 constexpr milliseconds kWatcherWait{2000};
 constexpr milliseconds kHandlingWait{10000};
-
-size_t threadCount() {
-    std::error_code error;
-    auto tasks = fs::directory_iterator("/proc/self/task", error);
-    return error ? 0 : static_cast<size_t>(std::distance(tasks, fs::directory_iterator()));
-}
 
 // The watcher starts a recording and a capture thread per fault; they are done once the
 // process has no more threads than before the fault.

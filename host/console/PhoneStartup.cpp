@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -18,11 +19,14 @@
 
 #include "Console.h"
 #include "PhoneOptions.h"
+#include "ProcessThreads.h"
 #include "SampleDevice.h"
 
 namespace zenth_console {
 
 namespace {
+
+constexpr std::chrono::milliseconds kSettleTimeout{10000};
 
 // Set before main by preparePhone, read by the console thread.
 PhoneOptions* gOptions = nullptr;
@@ -83,6 +87,9 @@ void runConsole() {
         std::ifstream script(gOptions->scriptFile);
         Console(script, std::cout, false).run();
     }
+    // Exiting runs the platform libraries' static destructors, which must not meet a
+    // detached thread of the daemon in the middle of its work.
+    waitUntilThreadsParked(kSettleTimeout);
     // The entry's exit path: the thread pool returns and main ends with status 1.
     zenth_host::releaseThreadPool();
 }
