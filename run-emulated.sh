@@ -1,15 +1,19 @@
 #!/usr/bin/env bash
-# Builds the daemon and runs it on the emulated device until Ctrl-C.
-# Usage: ./run-emulated.sh [device-folder]   (default: build/emulated-device)
+# Builds what is missing and runs the daemon on an emulated phone, with a console on stdin.
+# Usage: ./run-emulated.sh [--device DIR] [--log FILE] [--fast-sleep] [SCRIPT]
+#   (./run-emulated.sh --help explains the options; type help at the prompt for the commands)
+# Build output and the daemon's log go to stderr, console results to stdout.
 set -euo pipefail
-cd "$(dirname "$0")"
-scripts/install-deps.sh
+repo=$(cd "$(dirname "$0")" && pwd)
+(
+  cd "$repo"
+  scripts/install-deps.sh
+  cmake --preset default >/dev/null
+  cmake --build --preset default -j "$(nproc)" --target zenth_emulated_phone
+) >&2
 
-cmake --preset default >/dev/null
-cmake --build --preset default -j "$(nproc)" --target zenth_misc_service
-
-device=${1:-build/emulated-device}
-mkdir -p "$device"
-export ZENTH_DEVICE_ROOT
-ZENTH_DEVICE_ROOT=$(cd "$device" && pwd)
-exec build/default/aidl/vendor.zenth.hardware.ZenthMisc-V1-service
+status=0
+"$repo/build/default/host/console/zenth_emulated_phone" "$@" || status=$?
+# The daemon's entry ends with status 1 when its thread pool returns, as after quit.
+[ "$status" -eq 1 ] && exit 0
+exit "$status"

@@ -1,0 +1,244 @@
+#include "Console.h"
+
+#include <android/binder_manager.h>
+
+#include <chrono>
+#include <cinttypes>
+#include <cstdio>
+#include <functional>
+#include <thread>
+
+#include <zenth_host/binder_host.h>
+
+#include "ConsoleText.h"
+#include "FaultEvents.h"
+#include "ReserveRegions.h"
+
+namespace zenth_console {
+
+using std::chrono::milliseconds;
+
+namespace {
+
+constexpr milliseconds kCallTimeout{10000};
+constexpr milliseconds kLookupInterval{10};
+constexpr const char* kPrompt = "zenth> ";
+
+struct CalibrationType {
+    const char* alias;
+    int32_t type;
+};
+constexpr CalibrationType kCalibrationTypes[] = {
+        {"motor", 1000030},
+        {"tri", 1000104},
+        {"magcover", 1000200},
+};
+
+bool parseCalibrationType(const std::string& token, int32_t* type) {
+    for (const CalibrationType& known : kCalibrationTypes) {
+        if (token == known.alias) {
+            *type = known.type;
+            return true;
+        }
+    }
+    return parseInt32(token, type);
+}
+
+// Like a client of the daemon: retries until the service is registered.
+std::shared_ptr<::aidl::vendor::zenth::hardware::misc::IZenthMisc> waitForService() {
+    using ::aidl::vendor::zenth::hardware::misc::IZenthMisc;
+    const std::string instance = std::string(IZenthMisc::descriptor) + "/default";
+    for (;;) {
+        ndk::SpAIBinder binder(AServiceManager_checkService(instance.c_str()));
+        if (binder.get() != nullptr) return IZenthMisc::fromBinder(binder);
+        std::this_thread::sleep_for(kLookupInterval);
+    }
+}
+
+const char* const kHelpNotes =
+        "Texts take the escapes \\n \\t \\r \\s (blank) \\0 \\\\ \\xNN; results print them the same way.\n"
+        "Calibration data: hex:0a1b.. | i32:1,-2,3 (little-endian int32) | text.\n"
+        "Calibration types: motor (1000030, 24 bytes), tri (1000104), magcover (1000200).\n";
+
+}  // namespace
+
+struct Console::Command {
+    const char* name;
+    const char* arguments;
+    const char* summary;
+    size_t minArgs;
+    size_t maxArgs;  // a text argument takes the rest of the line
+    void (Console::*handler)(const std::string& line, const Words& args);
+};
+
+const std::vector<Console::Command>& Console::commands() {
+    static const auto* table = new std::vector<Command>{
+            {"initialize", "", "call initialize, print its status", 0, 0, &Console::initialize},
+            {"isMiscNodeSupport", "<deviceId> <nodeFlag>", "1 when the node exists, else -1", 2, 2,
+             &Console::isMiscNodeSupport},
+            {"miscReadNodeFile", "<deviceId> <nodeFlag>", "print the node's text", 2, 2,
+             &Console::miscReadNodeFile},
+            {"miscWriteNodeFile", "<deviceId> <nodeFlag> <text>",
+             "write the rest of the line, print the byte count", 3, SIZE_MAX,
+             &Console::miscWriteNodeFile},
+            {"saveCalibrationData", "<type> <data> [length]",
+             "store calibration data, print true or false", 2, 3, &Console::saveCalibrationData},
+            {"fault", "<value>", "raise an FPGA fault (2, 3, 5, 0xaa8000000000abcd), wait till handled",
+             1, 1, &Console::fault},
+            {"faultlogs", "", "list the saved fault logs", 0, 0, &Console::faultLogs},
+            {"regions", "", "print the reserve partition's records", 0, 0, &Console::regions},
+            {"help", "", "show this list", 0, 0, &Console::help},
+            {"quit", "", "stop the daemon (also: exit, end of input)", 0, 0, nullptr},
+    };
+    return *table;
+}
+
+Console::Console(std::istream& in, std::ostream& out, bool interactive)
+    : in_(in), out_(out), interactive_(interactive) {}
+
+void Console::run() {
+    service_ = waitForService();
+    if (interactive_) out_ << "Emulated phone ready. Type help for the commands.\n";
+    std::string line;
+    for (;;) {
+        if (interactive_) out_ << kPrompt << std::flush;
+        if (!std::getline(in_, line)) {
+            if (interactive_) out_ << '\n';
+            break;
+        }
+        if (!execute(line)) break;
+        out_ << std::flush;
+    }
+    out_ << std::flush;
+    service_.reset();
+}
+
+bool Console::execute(const std::string& line) {
+    Words words = splitWords(line);
+    if (words.empty() || words[0][0] == '#') return true;
+    const std::string name = words[0];
+    if (name == "quit" || name == "exit") return false;
+    Words args(words.begin() + 1, words.end());
+    for (const Command& command : commands()) {
+        if (name != command.name) continue;
+        if (args.size() < command.minArgs || args.size() > command.maxArgs) {
+            error(std::string("usage: ") + command.name + " " + command.arguments);
+        } else {
+            (this->*command.handler)(line, args);
+        }
+        return true;
+    }
+    error("unknown command '" + name + "' (type help for the commands)");
+    return true;
+}
+
+void Console::error(const std::string& message) {
+    out_ << "error: " << message << '\n';
+}
+
+bool Console::serve(const std::function<void()>& call) {
+    if (zenth_host::runOnThreadPool(call, kCallTimeout)) return true;
+    error("the service did not take the call");
+    return false;
+}
+
+bool Console::nodeArguments(const Words& args, int32_t* deviceId, int32_t* nodeFlag) {
+    if (!parseInt32(args[0], deviceId)) {
+        error("deviceId '" + args[0] + "' is not a 32-bit integer");
+        return false;
+    }
+    if (!parseInt32(args[1], nodeFlag)) {
+        error("nodeFlag '" + args[1] + "' is not a 32-bit integer");
+        return false;
+    }
+    return true;
+}
+
+void Console::initialize(const std::string&, const Words&) {
+    ::aidl::vendor::zenth::hardware::misc::ZenthMiscStatus status;
+    if (serve([&] { service_->initialize(&status); })) out_ << status.status << '\n';
+}
+
+void Console::isMiscNodeSupport(const std::string&, const Words& args) {
+    int32_t deviceId, nodeFlag, result = 0;
+    if (!nodeArguments(args, &deviceId, &nodeFlag)) return;
+    if (serve([&] { service_->isMiscNodeSupport(deviceId, nodeFlag, &result); })) {
+        out_ << result << '\n';
+    }
+}
+
+void Console::miscReadNodeFile(const std::string&, const Words& args) {
+    int32_t deviceId, nodeFlag;
+    std::string result;
+    if (!nodeArguments(args, &deviceId, &nodeFlag)) return;
+    if (serve([&] { service_->miscReadNodeFile(deviceId, nodeFlag, &result); })) {
+        out_ << escapeText(result) << '\n';
+    }
+}
+
+void Console::miscWriteNodeFile(const std::string& line, const Words& args) {
+    int32_t deviceId, nodeFlag, result = 0;
+    std::string data, problem;
+    if (!nodeArguments(args, &deviceId, &nodeFlag)) return;
+    if (!unescapeText(textAfterWords(line, 3), &data, &problem)) return error(problem);
+    if (serve([&] { service_->miscWriteNodeFile(deviceId, nodeFlag, data, &result); })) {
+        out_ << result << '\n';
+    }
+}
+
+void Console::saveCalibrationData(const std::string&, const Words& args) {
+    int32_t type, length;
+    std::vector<uint8_t> data;
+    std::string problem;
+    if (!parseCalibrationType(args[0], &type)) {
+        return error("type '" + args[0] + "' is neither a number nor motor, tri or magcover");
+    }
+    if (!parseCalibrationBytes(args[1], &data, &problem)) return error(problem);
+    length = static_cast<int32_t>(data.size());
+    if (args.size() > 2 && !parseInt32(args[2], &length)) {
+        return error("length '" + args[2] + "' is not a 32-bit integer");
+    }
+    bool result = false;
+    if (serve([&] { service_->saveCalibrationData(type, data, length, &result); })) {
+        out_ << (result ? "true" : "false") << '\n';
+    }
+}
+
+void Console::fault(const std::string&, const Words& args) {
+    uint64_t value;
+    std::string problem;
+    if (!parseUint64(args[0], &value)) {
+        return error("fault value '" + args[0] + "' is not an unsigned 64-bit number");
+    }
+    if (!raiseFault(value, &problem)) return error(problem);
+    char handled[48];
+    std::snprintf(handled, sizeof(handled), "fault 0x%" PRIx64 " handled", value);
+    out_ << handled << '\n';
+}
+
+void Console::faultLogs(const std::string&, const Words&) {
+    std::vector<std::string> names;
+    if (!listFaultLogs(&names)) {
+        out_ << "no fault log directory (" << kFaultLogDirectory << ")\n";
+        return;
+    }
+    for (const std::string& name : names) out_ << name << '\n';
+    if (names.empty()) out_ << "no fault logs\n";
+}
+
+void Console::regions(const std::string&, const Words&) {
+    std::string problem;
+    if (!printReserveRegions(out_, &problem)) error(problem);
+}
+
+void Console::help(const std::string&, const Words&) {
+    for (const Command& command : commands()) {
+        std::string usage = std::string(command.name) + " " + command.arguments;
+        char row[160];
+        std::snprintf(row, sizeof(row), "  %-46s %s\n", usage.c_str(), command.summary);
+        out_ << row;
+    }
+    out_ << kHelpNotes;
+}
+
+}  // namespace zenth_console

@@ -1,0 +1,55 @@
+// The console of the emulated phone: reads commands, calls IZenthMisc as a client does and
+// prints each result on a line of its own.
+#pragma once
+
+#include <functional>
+#include <istream>
+#include <memory>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include <aidl/vendor/zenth/hardware/misc/IZenthMisc.h>
+
+namespace zenth_console {
+
+class Console {
+  public:
+    // The prompt is shown only when interactive.
+    Console(std::istream& in, std::ostream& out, bool interactive);
+
+    // Waits until the service is registered, then serves commands until "quit" or the end
+    // of the input.
+    void run();
+
+  private:
+    using IZenthMisc = ::aidl::vendor::zenth::hardware::misc::IZenthMisc;
+    using Words = std::vector<std::string>;
+    struct Command;
+    static const std::vector<Command>& commands();
+
+    // False when the line ends the session.
+    bool execute(const std::string& line);
+    void error(const std::string& message);
+    // Runs a call of the service on the thread that serves binder calls.
+    bool serve(const std::function<void()>& call);
+
+    void initialize(const std::string& line, const Words& args);
+    void isMiscNodeSupport(const std::string& line, const Words& args);
+    void miscReadNodeFile(const std::string& line, const Words& args);
+    void miscWriteNodeFile(const std::string& line, const Words& args);
+    void saveCalibrationData(const std::string& line, const Words& args);
+    void fault(const std::string& line, const Words& args);
+    void faultLogs(const std::string& line, const Words& args);
+    void regions(const std::string& line, const Words& args);
+    void help(const std::string& line, const Words& args);
+
+    bool nodeArguments(const Words& args, int32_t* deviceId, int32_t* nodeFlag);
+
+    std::istream& in_;
+    std::ostream& out_;
+    bool interactive_;
+    std::shared_ptr<IZenthMisc> service_;
+};
+
+}  // namespace zenth_console

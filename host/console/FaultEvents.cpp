@@ -1,0 +1,69 @@
+#include "FaultEvents.h"
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <thread>
+
+#include <zenth_host/EmulatedDevice.h>
+
+#include "ProcessThreads.h"
+
+namespace zenth_console {
+
+namespace fs = std::filesystem;
+using std::chrono::milliseconds;
+
+namespace {
+
+constexpr milliseconds kWatcherWait{2000};
+constexpr milliseconds kHandlingWait{10000};
+
+// The watcher starts a recording and a capture thread per fault; they are done once the
+// process has no more threads than before the fault.
+bool waitForThreadsBelow(size_t count, milliseconds timeout) {
+    auto deadline = std::chrono::steady_clock::now() + timeout;
+    while (threadCount() > count) {
+        if (std::chrono::steady_clock::now() > deadline) return false;
+        std::this_thread::sleep_for(milliseconds(2));
+    }
+    return true;
+}
+
+}  // namespace
+
+bool raiseFault(uint64_t value, std::string* error) {
+    namespace node = emulated::fault_node;
+    std::error_code missing;
+    if (!fs::exists(emulated::hostPath(node::kPath), missing)) {
+        *error = "the device has no FPGA fault node";
+        return false;
+    }
+    if (!node::waitForPollCalls(1, kWatcherWait)) {
+        *error = "the FPGA fault watcher is not running";
+        return false;
+    }
+    size_t before = threadCount();
+    node::injectValue(value);
+    if (!node::waitUntilIdle(kWatcherWait)) {
+        *error = "the FPGA fault watcher did not take the value";
+        return false;
+    }
+    if (!waitForThreadsBelow(before, kHandlingWait)) {
+        *error = "the fault is still being handled";
+        return false;
+    }
+    return true;
+}
+
+bool listFaultLogs(std::vector<std::string>* names) {
+    names->clear();
+    std::error_code error;
+    fs::directory_iterator entries(emulated::hostPath(kFaultLogDirectory), error);
+    if (error) return false;
+    for (const fs::directory_entry& entry : entries) names->push_back(entry.path().filename());
+    std::sort(names->begin(), names->end());
+    return true;
+}
+
+}  // namespace zenth_console

@@ -1,0 +1,138 @@
+// The emulated phone as a person or a script uses it: the console fed on stdin, its results
+// on stdout, the daemon's log on stderr, the device folder kept between starts.
+
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "MiscNodeTable.h"
+#include "support/DeviceTest.h"
+
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+struct PhoneRun {
+    int status = -1;
+    std::vector<std::string> lines;  // stdout, without the statistics service's atom lines
+    std::string log;                 // stderr
+};
+
+std::string slurp(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream bytes;
+    bytes << in.rdbuf();
+    return bytes.str();
+}
+
+class ConsoleTest : public DeviceTest {
+  protected:
+    // Starts the phone on this test's device folder with the script on stdin and waits
+    // for it to end.
+    PhoneRun run(const std::string& script) {
+        const std::string base = rootFolder() + ".run";
+        std::ofstream(base + ".in") << script;
+        const std::string command = std::string(ZENTH_PHONE_BINARY) + " --device " +
+                                    rootFolder() + " <" + base + ".in >" + base + ".out 2>" +
+                                    base + ".err";
+        PhoneRun result;
+        int raw = std::system(command.c_str());
+        result.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+        std::istringstream out(slurp(base + ".out"));
+        for (std::string line; std::getline(out, line);) {
+            if (line.rfind("VendorAtom", 0) != 0) result.lines.push_back(line);
+        }
+        result.log = slurp(base + ".err");
+        for (const char* suffix : {".in", ".out", ".err"}) std::remove((base + suffix).c_str());
+        return result;
+    }
+};
+
+TEST_F(ConsoleTest, SeedsEveryNodeOfTheTableAndTheReservePartition) {
+    PhoneRun phone = run("quit\n");
+    EXPECT_EQ(phone.status, 1);  // the entry's exit path
+    for (const auto& row : aidl::vendor::zenth::hardware::misc::gMiscNodeTable) {
+        EXPECT_TRUE(exists(row.path)) << row.path;
+    }
+    EXPECT_EQ(modeOf("/proc/devinfo/lcd"), 0444u);
+    EXPECT_TRUE(exists("/proc/fpga/errinfoto_op"));
+    EXPECT_EQ(readPartition(4303872, 8), std::string("\xb3\x04\0\0\x93\xfc\xff\xff", 8));
+    EXPECT_EQ(readPartition(5107712, 12), "473918000003");
+    // The start-up handed the stored calibration and the fan variant to the drivers.
+    EXPECT_EQ(readFile("/sys/class/motor/hall_calibration"), "1203,-877,455,12,-3,980");
+    EXPECT_EQ(readFile("/sys/class/leds/fan/device_id"), "1");
+    EXPECT_THAT(phone.log, HasSubstr("service zenth misc aidl started!"));
+}
+
+TEST_F(ConsoleTest, ScriptDrivesEveryCommand) {
+    PhoneRun phone = run(
+            "# a comment, then a blank line\n\n"
+            "initialize\n"
+            "isMiscNodeSupport 0 185\n"
+            "isMiscNodeSupport 0 9999\n"
+            "miscWriteNodeFile 0 185 255\n"
+            "miscReadNodeFile 0 185\n"
+            "miscReadNodeFile 0 83\n"
+            "miscWriteNodeFile 0 83 x\n"
+            "saveCalibrationData tri 21;22\\s23\n"
+            "saveCalibrationData motor i32:1,2\n"
+            "fault 2\n"
+            "frobnicate 1\n"
+            "miscReadNodeFile 0\n"
+            "miscWriteNodeFile 0 185 \\q\n"
+            "regions\n"
+            "faultlogs\n"
+            "help\n"
+            "quit\n"
+            "initialize\n");
+    EXPECT_EQ(phone.status, 1);
+    ASSERT_GE(phone.lines.size(), 37u) << phone.log;
+    std::vector<std::string> calls(phone.lines.begin(), phone.lines.begin() + 13);
+    EXPECT_THAT(calls,
+                ElementsAre("0", "1", "-1", "3", "255",
+                            "Device version: AMOLED-6.7\\nDevice manufacture: panelco\\n", "-1",
+                            "true", "false", "fault 0x2 handled",
+                            "error: unknown command 'frobnicate' (type help for the commands)",
+                            "error: usage: miscReadNodeFile <deviceId> <nodeFlag>",
+                            "error: unknown escape \\q"));
+    std::vector<std::string> regions(phone.lines.begin() + 13, phone.lines.begin() + 35);
+    EXPECT_EQ(regions[0], "storage emmc");
+    EXPECT_EQ(regions[1], "motor 1203,-877,455,12,-3,980");
+    EXPECT_EQ(regions[2], "fan.id 473918000003");
+    EXPECT_EQ(regions[8], "fpga.4 sr:3");  // the seeded 2 and the fault
+    EXPECT_EQ(regions[10], "fpga.6 ec:0x1234");
+    EXPECT_EQ(regions[21], "exgpio.6 prs:1");
+    EXPECT_THAT(phone.lines[35], HasSubstr("soft_rest_err"));  // the one saved fault log
+    EXPECT_TRUE(exists("/mnt/vendor/zenthreserve/fpga_save_log/" + phone.lines[35]));
+    EXPECT_THAT(phone.lines.back(), HasSubstr("Calibration types"));  // help, then quit
+
+    EXPECT_EQ(readFile("/sys/class/leds/red/brightness"), "255");
+    EXPECT_EQ(readFile("/mnt/vendor/persist/engineermode/tri_state_hall_data"), "21;22 23");
+    EXPECT_EQ(readFile("/mnt/vendor/persist/engineermode/tri_state_hall_calib_flag"), "1");
+}
+
+TEST_F(ConsoleTest, NextStartRestoresSavedCalibration) {
+    PhoneRun first = run(
+            "saveCalibrationData motor i32:1,-2,3,0,0,7\n"
+            "saveCalibrationData magcover hex:3031323334353637\n");
+    EXPECT_THAT(first.lines, ElementsAre("true", "true"));  // then the end of the input
+
+    PhoneRun second = run("miscReadNodeFile 0 360\nregions\n");
+    EXPECT_EQ(second.status, 1);
+    ASSERT_GE(second.lines.size(), 3u);
+    EXPECT_EQ(second.lines[0], "01234567");
+    EXPECT_EQ(second.lines[2], "motor 1,-2,3,0,0,7");
+    // Written over the first start's longer restore.
+    EXPECT_THAT(readFile("/sys/class/motor/hall_calibration"), StartsWith("1,-2,3,0,0,7"));
+}
+
+}  // namespace
