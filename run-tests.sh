@@ -1,17 +1,22 @@
 #!/usr/bin/env bash
 # Builds and runs every test: with gcc, then with clang under AddressSanitizer and
-# UndefinedBehaviorSanitizer, then with clang under ThreadSanitizer.
-# Usage: ./run-tests.sh [preset...]   (default: default asan tsan)
+# UndefinedBehaviorSanitizer, then with clang under ThreadSanitizer; then a short run of each
+# fuzz harness ("fuzz").
+# Usage: ./run-tests.sh [preset...]   (default: default asan tsan fuzz)
 set -euo pipefail
 cd "$(dirname "$0")"
 scripts/install-deps.sh
 
 presets=("$@")
-[ ${#presets[@]} -gt 0 ] || presets=(default asan tsan)
+[ ${#presets[@]} -gt 0 ] || presets=(default asan tsan fuzz)
 jobs=$(nproc)
 
 for preset in "${presets[@]}"; do
   echo "=== ${preset} ==="
+  if [ "$preset" = fuzz ]; then
+    bench/fuzz/run-fuzz.sh -runs=20000
+    continue
+  fi
   cmake --preset "$preset" >/dev/null
   cmake --build --preset "$preset" -j "$jobs"
   ctest --preset "$preset" -j "$jobs"

@@ -1,0 +1,140 @@
+#include "BenchDevice.h"
+
+#include <android/log.h>
+#include <stdlib.h>
+#include <zenth_host/EmulatedDevice.h>
+#include <zenth_host/host_log.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "MiscNodeTable.h"
+#include "ReservePartition.h"
+
+namespace fs = std::filesystem;
+using aidl::vendor::zenth::hardware::misc::gMiscNodeTable;
+using aidl::vendor::zenth::hardware::misc::kReservePartitionPath;
+
+namespace bench {
+
+namespace {
+
+constexpr off_t kFanIdentity = 0x4DF000;
+constexpr off_t kFanRpmTable = kFanIdentity + 64;
+
+// The FPGA operation-info block as the factory formats it: one key per 16-byte field.
+void seedFpgaKeys(const Device& device) {
+    static constexpr const char* kFields[] = {"",     "up:0", "rb:0", "i2c:0",
+                                              "sr:0", "hr:0", "ec:",  "bf:0"};
+    off_t offset = 0x514000;
+    for (const char* field : kFields) {
+        if (field[0] != '\0') device.writePartition(offset, field);
+        offset += 16;
+    }
+}
+
+std::string motorRecord() {
+    const int32_t values[6] = {1, -2, 3, 0, 0, 7};
+    return std::string(reinterpret_cast<const char*>(values), sizeof(values));
+}
+
+void dropLine(const struct __android_logger_data*, const char*) {}
+
+}  // namespace
+
+Device::Device() {
+    std::string pattern = "/dev/shm/zenth-bench-XXXXXX";
+    if (mkdtemp(pattern.data()) == nullptr) {
+        std::perror("mkdtemp /dev/shm");
+        std::abort();
+    }
+    root_ = pattern;
+    emulated::setRoot(root_);
+}
+
+Device::~Device() {
+    emulated::setRoot("");
+    std::error_code ignored;
+    fs::remove_all(root_, ignored);
+}
+
+std::string Device::hostPath(const std::string& devicePath) const {
+    return root_ + (devicePath[0] == '/' ? "" : "/") + devicePath;
+}
+
+void Device::writeFile(const std::string& devicePath, const std::string& bytes) const {
+    fs::path path = hostPath(devicePath);
+    fs::create_directories(path.parent_path());
+    std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
+}
+
+void Device::makeDir(const std::string& devicePath) const {
+    fs::create_directories(hostPath(devicePath));
+}
+
+void Device::createReservePartition() const {
+    fs::path path = hostPath(kReservePartitionPath);
+    fs::create_directories(path.parent_path());
+    std::ofstream(path, std::ios::binary | std::ios::trunc);
+    fs::resize_file(path, kPartitionSize);
+}
+
+void Device::writePartition(off_t offset, const std::string& bytes) const {
+    std::fstream file(hostPath(kReservePartitionPath),
+                      std::ios::binary | std::ios::in | std::ios::out);
+    file.seekp(offset);
+    file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+}
+
+std::string Device::readPartition(off_t offset, size_t length) const {
+    std::ifstream file(hostPath(kReservePartitionPath), std::ios::binary);
+    file.seekg(offset);
+    std::string bytes(length, '\0');
+    file.read(bytes.data(), static_cast<std::streamsize>(length));
+    return bytes;
+}
+
+void Device::seedSample() const {
+    for (const auto& row : gMiscNodeTable) {
+        if (std::strcmp(row.path, kReservePartitionPath) == 0) continue;
+        if (row.nodeFlag == 82) {
+            makeDir(row.path);
+        } else {
+            writeFile(row.path, "1\n");
+        }
+    }
+    createReservePartition();
+    seedFpgaKeys(*this);
+    writePartition(kMotorRecord, motorRecord());
+    writePartition(kFanIdentity, "473918000001");
+    writePartition(kFanRpmTable, "1000,2000,3000,4000");
+    writeFile("/mnt/vendor/persist/engineermode/tri_state_hall_data", "12;34;56");
+    writeFile("/mnt/vendor/persist/engineermode/magneticCoverCalibrationData", "abcdefgh");
+    writeFile("/sys/class/motor/hall_calibration", "");
+    writeFile("/sys/class/leds/fan/rpm_table", "");
+    writeFile(emulated::fault_node::kPath, "");
+    makeDir("/mnt/vendor/zenthreserve");
+}
+
+void useLogger(Logger logger) {
+    __android_log_set_logger(logger == Logger::NoOp ? dropLine : zenth_host::logcatLogger);
+}
+
+const char* loggerName(Logger logger) {
+    return logger == Logger::NoOp ? "no-op logger" : "stderr logger";
+}
+
+long residentKiB(pid_t pid) {
+    std::ifstream status("/proc/" + std::to_string(pid) + "/status");
+    std::string line;
+    while (std::getline(status, line)) {
+        if (line.rfind("VmRSS:", 0) == 0) return std::stol(line.substr(6));
+    }
+    return -1;
+}
+
+}  // namespace bench

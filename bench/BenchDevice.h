@@ -1,0 +1,53 @@
+#pragma once
+
+// What the benchmarks and fuzz harnesses share: an emulated device root on tmpfs seeded the way a
+// phone would look to the daemon, the choice of platform logger, and resident-set readings.
+
+#include <sys/types.h>
+
+#include <string>
+
+namespace bench {
+
+// Offsets of the reserve partition regions the figures look at (eMMC storage).
+inline constexpr off_t kPartitionSize = 6 * 1024 * 1024;
+inline constexpr off_t kMotorRecord = 0x41AC00;
+inline constexpr off_t kOpRecord = 0x514030;
+inline constexpr off_t kSrCount = 0x514043;
+inline constexpr off_t kEnableInfo = 0x514320;
+
+// A fresh root folder under /dev/shm, set as the emulated device's root while it lives.
+class Device {
+  public:
+    Device();
+    ~Device();
+    Device(const Device&) = delete;
+    Device& operator=(const Device&) = delete;
+
+    const std::string& root() const { return root_; }
+    std::string hostPath(const std::string& devicePath) const;
+    void writeFile(const std::string& devicePath, const std::string& bytes) const;
+    void makeDir(const std::string& devicePath) const;
+    // A zero-filled 6 MiB reserve partition image.
+    void createReservePartition() const;
+    void writePartition(off_t offset, const std::string& bytes) const;
+    std::string readPartition(off_t offset, size_t length) const;
+    // Every node of the table as a small file (the directory row as a directory), the reserve
+    // partition with its FPGA keys, calibration data, the fan identity, the fault node and the
+    // fault log parent: every start-up step has work to do.
+    void seedSample() const;
+
+  private:
+    std::string root_;
+};
+
+enum class Logger { NoOp, Stderr };
+// Installs the logger into liblog (the host's logcat-style stderr logger, or one that formats
+// nothing further and drops the line).
+void useLogger(Logger logger);
+const char* loggerName(Logger logger);
+
+// Resident set of a process in KiB (VmRSS), -1 when it cannot be read.
+long residentKiB(pid_t pid);
+
+}  // namespace bench

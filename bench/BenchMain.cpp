@@ -1,0 +1,51 @@
+// Prints every performance figure of the daemon as one table. Google Benchmark flags are passed on
+// to the interface-call benchmarks.
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "Figures.h"
+
+namespace bench {
+
+std::string format(const char* fmt, double value) {
+    char text[128];
+    std::snprintf(text, sizeof(text), fmt, value);
+    return text;
+}
+
+}  // namespace bench
+
+namespace {
+
+void printTable(const bench::Figures& figures) {
+    std::printf("| Figure | Measured | Target | Met |\n|---|---|---|---|\n");
+    for (const auto& figure : figures) {
+        std::printf("| %s | %s | %s | %s |\n", figure.what.c_str(), figure.value.c_str(),
+                    figure.target.c_str(), figure.met ? "yes" : "NO");
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    // Repetitions interleaved at random put each call and its floor side by side in time.
+    std::vector<char*> args(argv, argv + argc);
+    static char repetitions[] = "--benchmark_repetitions=9";
+    static char interleave[] = "--benchmark_enable_random_interleaving=true";
+    static char minTime[] = "--benchmark_min_time=0.2";
+    args.insert(args.begin() + 1, {repetitions, interleave, minTime});
+    int count = static_cast<int>(args.size());
+
+    bench::Figures figures;
+    // Forks first, while this is the only thread.
+    bench::measureStartup(figures);
+    bench::measureMemory(figures);
+    bench::measureCalls(figures, count, args.data());
+    bench::measureFaultStorm(figures);
+    printTable(figures);
+    int missed = 0;
+    for (const auto& figure : figures) missed += figure.met ? 0 : 1;
+    return missed == 0 ? 0 : 1;
+}

@@ -1,0 +1,189 @@
+// Start-up time to registration, and the daemon's memory: its growth over many calls and its
+// resident set over that of an empty program linked the same way.
+
+#include <android/binder_manager.h>
+#include <android/binder_process.h>
+#include <android/log.h>
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <zenth_host/EmulatedDevice.h>
+
+#include <algorithm>
+#include <chrono>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "BenchDevice.h"
+#include "Figures.h"
+#include "ZenthExgpio.h"
+#include "ZenthFan.h"
+#include "ZenthFpga.h"
+#include "ZenthMisc.h"
+
+namespace bench {
+
+namespace {
+
+namespace misc = aidl::vendor::zenth::hardware::misc;
+using Clock = std::chrono::steady_clock;
+
+constexpr int kStartupRuns = 21;
+constexpr double kStartupTargetUs = 2000;
+constexpr long kGrowthTargetKiB = 64;
+constexpr long kOverheadTargetKiB = 1024;
+
+// The entry's steps up to the registration, as the daemon runs them.
+bool startUntilRegistered() {
+    __android_log_print(ANDROID_LOG_ERROR, misc::kMiscLogTag, "service zenth misc aidl started!");
+    ABinderProcess_setThreadPoolMaxThreadCount(0);
+    auto service = ndk::SharedRefBase::make<misc::ZenthMisc>();
+    misc::ZenthFpga fpga;
+    misc::ZenthExgpio exgpio;
+    fpga.startFpgaThread();
+    fpga.fpgaReportStats();
+    exgpio.exgpioReportStats();
+    misc::ZenthFan fan;
+    std::string instance = std::string() + misc::IZenthMisc::descriptor + "/default";
+    ndk::SpAIBinder binder = service->asBinder();
+    return AServiceManager_addService(binder.get(), instance.c_str()) == STATUS_OK;
+}
+
+// One start in a child process, so that the threads it starts end with it.
+double startupMicroseconds() {
+    int pipeFds[2];
+    if (pipe(pipeFds) != 0) return -1;
+    pid_t child = fork();
+    if (child == 0) {
+        close(pipeFds[0]);
+        const auto start = Clock::now();
+        const bool registered = startUntilRegistered();
+        double us = std::chrono::duration<double, std::micro>(Clock::now() - start).count();
+        if (!registered) us = -1;
+        ssize_t ignored = write(pipeFds[1], &us, sizeof(us));
+        (void)ignored;
+        _exit(0);
+    }
+    close(pipeFds[1]);
+    double us = -1;
+    if (read(pipeFds[0], &us, sizeof(us)) != sizeof(us)) us = -1;
+    close(pipeFds[0]);
+    waitpid(child, nullptr, 0);
+    return us;
+}
+
+void mixedCall(misc::ZenthMisc& service, int i) {
+    static constexpr int32_t kFlags[] = {185, 40, 123, 288, 289, 404, 146, 82, 1000};
+    const int32_t flag = kFlags[i % (sizeof(kFlags) / sizeof(kFlags[0]))];
+    int32_t number = 0;
+    std::string text;
+    bool saved = false;
+    switch (i % 5) {
+        case 0:
+            service.isMiscNodeSupport(i % 3, flag, &number);
+            break;
+        case 1:
+            service.miscReadNodeFile(0, flag, &text);
+            break;
+        case 2:
+            service.miscWriteNodeFile(0, flag == 289 ? 289 : 185, "sr:1", &number);
+            break;
+        case 3:
+            service.saveCalibrationData(1000104, {'1', ';', '2'}, 3, &saved);
+            break;
+        default: {
+            misc::ZenthMiscStatus status;
+            service.initialize(&status);
+            break;
+        }
+    }
+}
+
+// Waits until the file has held the marker and stopped growing for a while.
+void waitUntilQuiet(const std::string& file, const std::string& marker) {
+    const auto deadline = Clock::now() + std::chrono::seconds(10);
+    std::string last;
+    auto quietSince = Clock::now();
+    while (Clock::now() < deadline) {
+        std::stringstream content;
+        content << std::ifstream(file).rdbuf();
+        if (content.str() != last) {
+            last = content.str();
+            quietSince = Clock::now();
+        } else if (last.find(marker) != std::string::npos &&
+                   Clock::now() - quietSince > std::chrono::milliseconds(500)) {
+            return;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+}
+
+// Runs a program on the device with its stderr in a file; its resident set once settled.
+long settledResidentKiB(const Device& device, const char* program, const std::string& marker) {
+    const std::string log = device.hostPath("/stderr.log");
+    pid_t child = fork();
+    if (child == 0) {
+        int fd = ::open(log.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+        dup2(fd, STDERR_FILENO);
+        setenv(emulated::kRootEnvironment, device.root().c_str(), 1);
+        setenv(emulated::sleeping::kFastSleepEnvironment, "1", 1);
+        execl(program, program, static_cast<char*>(nullptr));
+        _exit(127);
+    }
+    waitUntilQuiet(log, marker);
+    long kib = residentKiB(child);
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+    return kib;
+}
+
+}  // namespace
+
+void measureStartup(Figures& figures) {
+    Device device;
+    device.seedSample();
+    useLogger(Logger::Stderr);
+    std::vector<double> runs;
+    for (int i = 0; i < kStartupRuns; ++i) runs.push_back(startupMicroseconds());
+    useLogger(Logger::NoOp);
+    std::sort(runs.begin(), runs.end());
+    const double median = runs[runs.size() / 2];
+    figures.push_back({"Start-up: first log line to registration (seeded device)",
+                       format("%.0f us median", median) + format(", %.0f us max", runs.back()) +
+                           format(" of %.0f starts", kStartupRuns),
+                       "<= 2 ms", median <= kStartupTargetUs && runs.front() > 0});
+}
+
+void measureMemory(Figures& figures) {
+    Device device;
+    device.seedSample();
+    useLogger(Logger::NoOp);
+    {
+        auto service = ndk::SharedRefBase::make<misc::ZenthMisc>();
+        long after1k = 0;
+        for (int i = 0; i < 100000; ++i) {
+            mixedCall(*service, i);
+            // The emulation records every fsync for tests; that record is not the daemon's.
+            if (i % 1000 == 999) emulated::reset();
+            if (i == 999) after1k = residentKiB(getpid());
+        }
+        const long growth = residentKiB(getpid()) - after1k;
+        figures.push_back({"Resident set growth, 1,000 -> 100,000 mixed calls",
+                           format("%+.0f KiB", static_cast<double>(growth)), "<= 64 KiB",
+                           growth <= kGrowthTargetKiB});
+    }
+    const long daemon = settledResidentKiB(device, ZENTH_SERVICE_BINARY, "fan rpm_table support");
+    const long idle = settledResidentKiB(device, ZENTH_IDLE_BINARY, "idle");
+    figures.push_back({"Daemon resident set over an empty program, same libraries",
+                       format("%.0f KiB", static_cast<double>(daemon - idle)) +
+                           format(" (daemon %.0f KiB", static_cast<double>(daemon)) +
+                           format(", empty %.0f KiB)", static_cast<double>(idle)),
+                       "<= 1024 KiB",
+                       daemon > 0 && idle > 0 && daemon - idle <= kOverheadTargetKiB});
+}
+
+}  // namespace bench

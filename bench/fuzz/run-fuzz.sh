@@ -1,0 +1,31 @@
+#!/usr/bin/env bash
+# Builds the fuzz harnesses (clang, libFuzzer, ASan+UBSan) and runs each in turn.
+# Usage: bench/fuzz/run-fuzz.sh [libFuzzer flags...]   (default: -runs=20000)
+# A long run: bench/fuzz/run-fuzz.sh -max_total_time=600
+# Corpora grow in build/fuzz/corpus/<harness>; a failing input lands in build/fuzz/artifacts.
+set -euo pipefail
+cd "$(dirname "$0")/../.."
+# Absolute paths: the emulated device maps relative ones into its root.
+out=$PWD/build/fuzz
+
+flags=("$@")
+[ ${#flags[@]} -gt 0 ] || flags=(-runs=20000)
+harnesses=(interface parser)
+
+targets=()
+for harness in "${harnesses[@]}"; do targets+=("zenth_${harness}_fuzz"); done
+cmake --preset fuzz >/dev/null
+cmake --build --preset fuzz -j "$(nproc)" --target "${targets[@]}" >/dev/null
+
+for harness in "${harnesses[@]}"; do
+  corpus=$out/corpus/$harness
+  mkdir -p "$corpus" "$out/artifacts"
+  echo "=== fuzz ${harness} ${flags[*]} ==="
+  log=$out/${harness}.log
+  if ! "$out/bench/fuzz/zenth_${harness}_fuzz" "${flags[@]}" \
+      -artifact_prefix="$out/artifacts/${harness}-" "$corpus" >"$log" 2>&1; then
+    tail -n 60 "$log"
+    exit 1
+  fi
+  grep -E '^#[0-9]+[[:space:]]+DONE|^Done ' "$log"
+done
