@@ -14,8 +14,11 @@
 #include <string>
 #include <thread>
 
+#include <android/log.h>
+
 #include <zenth_host/FakeStats.h>
 #include <zenth_host/binder_host.h>
+#include <zenth_host/host_log.h>
 
 #include "Console.h"
 #include "PhoneOptions.h"
@@ -90,6 +93,9 @@ void runConsole() {
     // Exiting runs the platform libraries' static destructors, which must not meet a
     // detached thread of the daemon in the middle of its work.
     waitUntilThreadsParked(kSettleTimeout);
+    // Taking liblog's logger lock as a writer orders every line logged so far before that
+    // destruction (liblog's default tag among the statics).
+    __android_log_set_logger(zenth_host::logcatLogger);
     // The entry's exit path: the thread pool returns and main ends with status 1.
     zenth_host::releaseThreadPool();
 }

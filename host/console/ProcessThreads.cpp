@@ -28,15 +28,15 @@ long blockedIn(const fs::path& task) {
     return std::strtol(number.c_str(), nullptr, 10);
 }
 
-bool isParked(const fs::path& task, pid_t tid) {
+// Waiting for pool work (main), for a fault (the emulated fault node's poll) or in a sleep.
+bool isParked(const fs::path& task) {
     switch (blockedIn(task)) {
+        case SYS_futex:
         case SYS_poll:
         case SYS_ppoll:
         case SYS_nanosleep:
         case SYS_clock_nanosleep:
             return true;
-        case SYS_futex:
-            return tid == getpid();  // the main thread waiting for pool work
         default:
             return false;
     }
@@ -47,7 +47,7 @@ bool othersParked() {
     std::error_code error;
     for (const fs::directory_entry& task : fs::directory_iterator(kTasks, error)) {
         pid_t tid = static_cast<pid_t>(std::stol(task.path().filename().string()));
-        if (tid != self && !isParked(task.path(), tid)) return false;
+        if (tid != self && !isParked(task.path())) return false;
     }
     return !error;
 }
