@@ -5,6 +5,9 @@
 #include <semaphore.h>
 #include <signal.h>
 
+#include <android/log.h>
+#include <zenth_host/host_log.h>
+
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
@@ -55,10 +58,20 @@ void waitForWake() {
     }
 }
 
+// A released daemon leaves main next, and exit destroys liblog's statics (the default tag
+// among them). Taking liblog's logger lock as a writer orders every line the daemon's
+// detached threads logged so far before that destruction.
+void settleLogging() {
+    __android_log_set_logger(zenth_host::logcatLogger);
+}
+
 // Runs at most one queued job; false when this thread must leave the pool.
 bool serveOnce() {
     waitForWake();
-    if (pool().signalled.exchange(false)) return false;
+    if (pool().signalled.exchange(false)) {
+        settleLogging();
+        return false;
+    }
     std::unique_lock<std::mutex> lock(pool().mutex);
     if (pool().released) {
         pool().released = false;

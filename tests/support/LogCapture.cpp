@@ -25,8 +25,8 @@ void captureLogger(const struct __android_logger_data* data, const char* message
 }
 
 void installLogger() {
-    static std::once_flag installed;
-    std::call_once(installed, [] { __android_log_set_logger(captureLogger); });
+    // Every time: a released thread pool puts the host's own logger back.
+    __android_log_set_logger(captureLogger);
     __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
 }
 
