@@ -2,8 +2,6 @@
 // when they changed since the last start.
 
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/resource.h>
 
 #include <filesystem>
 #include <string>
@@ -12,6 +10,7 @@
 #include <zenth_host/EmulatedDevice.h>
 
 #include "ZenthExgpio.h"
+#include "support/FileSizeLimit.h"
 #include "support/ReporterTest.h"
 
 namespace {
@@ -171,20 +170,11 @@ INSTANTIATE_TEST_SUITE_P(Services, ExgpioServiceTest, ::testing::ValuesIn(kServi
 TEST_F(ExgpioReporterTest, IncompleteWriteBackIsReportedWithTheByteSum) {
     writeArea(kEmmcArea, "pi2c:2", "prs:0");
     setService(Service::Running);
-    // A file size limit right after field 5 makes the write of field 6 fail alone.
-    rlimit saved{};
-    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &saved), 0);
-    rlimit limit = saved;
-    limit.rlim_cur = kEmmcArea + kPrevRs;
-    struct sigaction ignore = {}, previous = {};
-    ignore.sa_handler = SIG_IGN;
-    ASSERT_EQ(sigaction(SIGXFSZ, &ignore, &previous), 0);
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
-
-    run();
-
-    setrlimit(RLIMIT_FSIZE, &saved);
-    sigaction(SIGXFSZ, &previous, nullptr);
+    {
+        // A file size limit right after field 5 makes the write of field 6 fail alone.
+        FileSizeLimit limit(kEmmcArea + kPrevRs);
+        run();
+    }
     EXPECT_EQ(reporterMessages(),
               (Strings{kStart, "E exgpio: EXG lead i2c:3 rs:1 pw:7 pi2c:2 prs:0\n",
                        "E update prev exgpio reserve info failed, count = 15\n", kSend}));

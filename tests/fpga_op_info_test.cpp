@@ -119,7 +119,6 @@ TEST_F(FpgaOpInfoTest, RejectedValuesLeaveThePartitionAlone) {
         clearLog();
         EXPECT_EQ(misc::fpgaOpWrite(value), -1);
         EXPECT_TRUE(logged(ANDROID_LOG_ERROR, "mode is not support"));
-        EXPECT_EQ(count("write 64 bytes"), 0u);
     }
     expectPartitionUnchangedExcept();
 }
@@ -235,7 +234,6 @@ TEST_F(FpgaOpInfoTest, HeaderWrittenOnceAndKeptAfterwards) {
     EXPECT_EQ(fpga.writeFpgaOpInfoEn(kReservePartition, "sr:5"), 4);
     EXPECT_TRUE(logged(ANDROID_LOG_DEBUG,
                        "writeFpgaOpInfo readInterface first cb_data = fpga_op_info_e"));
-    EXPECT_TRUE(logged(ANDROID_LOG_DEBUG, "writeFpgaOpInfo info = sr:5"));
     EXPECT_EQ(count("write 16 bytes"), 0u);
     EXPECT_EQ(readPartition(kEnableSr, 16), field("sr:52345"));
 }
@@ -252,7 +250,6 @@ TEST_F(FpgaOpInfoTest, EnableWriteFailures) {
     misc::ZenthFpga fpga;
     EXPECT_EQ(fpga.writeFpgaOpInfoEn(kReservePartition, "sr:1"), -1);
     EXPECT_TRUE(logged(ANDROID_LOG_ERROR, "writeFpgaOpInfo first writeInterface failed"));
-    EXPECT_TRUE(logged(ANDROID_LOG_DEBUG, "writeFpgaOpInfo count = -1"));
     expectPartitionUnchangedExcept();
 
     writePartition(kEnableHeader, kHeader);

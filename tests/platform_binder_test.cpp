@@ -108,20 +108,6 @@ TEST_F(PlatformBinderTest, FromBinderAnswersOnlyForItsOwnInterface) {
     EXPECT_EQ(IStats::fromBinder(ndk::SpAIBinder()), nullptr);
 }
 
-TEST_F(PlatformBinderTest, InterfaceDefaultsOfALocalService) {
-    auto misc = ndk::SharedRefBase::make<Misc>(&mDestroyed);
-    EXPECT_FALSE(misc->isRemote());
-    EXPECT_EQ(misc->dump(-1, nullptr, 0), STATUS_OK);
-    EXPECT_EQ(misc->handleShellCommand(-1, -1, -1, nullptr, 0), STATUS_OK);
-    int32_t version = 0;
-    std::string hash;
-    EXPECT_TRUE(misc->getInterfaceVersion(&version).isOk());
-    EXPECT_TRUE(misc->getInterfaceHash(&hash).isOk());
-    EXPECT_EQ(version, 1);
-    EXPECT_EQ(hash, IZenthMisc::hash);
-    EXPECT_STREQ(IZenthMisc::descriptor, "vendor.zenth.hardware.misc.IZenthMisc");
-}
-
 TEST_F(PlatformBinderTest, CheckServiceHandsOutOneReferenceOrNothing) {
     EXPECT_EQ(AServiceManager_checkService(kMiscInstance), nullptr);
 
