@@ -69,7 +69,6 @@ TEST_F(FaultLogCaptureTest, SavesTheWholeKernelLogUnderTheTimeAndKind) {
     const std::pair<unsigned long, const char*> cases[] = {
             {2, "_exception_2_soft_rest_err.log"},
             {3, "_exception_3_hard_rest_err.log"},
-            {0xAA80000000000000UL, "_exception_4_fault_code_record_err.log"},
             {0xAAFFFFFFFFFFFFFFUL, "_exception_4_fault_code_record_err.log"},
             {5, "_exception_5_hard_reset_not_recovery_err.log"},
     };

@@ -68,7 +68,6 @@ TEST_F(FpgaWatcherTest, StartsOnlyWhenTheNodeExists) {
     writeFile(fault_node::kPath, "", 0);
     fpga.startFpgaThread();
     EXPECT_TRUE(contains(ANDROID_LOG_DEBUG, defaultTag(), "startFpgaThread come in start"));
-    EXPECT_TRUE(contains(ANDROID_LOG_DEBUG, defaultTag(), "startFpgaThread come end"));
     EXPECT_TRUE(waitFor("Can't open file /proc/fpga/errinfoto_op"));
     EXPECT_TRUE(
             contains(ANDROID_LOG_ERROR, defaultTag(), "Can't open file /proc/fpga/errinfoto_op"));

@@ -80,7 +80,6 @@ INSTANTIATE_TEST_SUITE_P(
                 ReadCase{"StopsAtNul", 0, 40, "/proc/colorctrl/color_ctrl",
                          std::string("ab\0cd", 5), "ab"},
                 ReadCase{"Instance", 7, 400, kFanSpeed + "7", "3000", "3000"},
-                ReadCase{"NegativeInstance", -3, 400, kFanSpeed + "-3", "12", "12"},
                 ReadCase{"InstanceMissing", 5, 185, kBrightness, "1", ""},
                 ReadCase{"FullBuffer", 0, 185, kBrightness, std::string(300, 'x'),
                          std::string(256, 'x')},
