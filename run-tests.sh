@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
-# Builds and runs every test: with gcc, then with clang under AddressSanitizer and
-# UndefinedBehaviorSanitizer, then with clang under ThreadSanitizer; then a short run of each
-# fuzz harness ("fuzz").
+# Checks the formatting of the sources and Android.bp files, then builds and runs every test:
+# with gcc, then with clang under AddressSanitizer and UndefinedBehaviorSanitizer, then with
+# clang under ThreadSanitizer; then a short run of each fuzz harness ("fuzz").
 # Usage: ./run-tests.sh [preset...]   (default: default asan tsan fuzz)
 set -euo pipefail
 cd "$(dirname "$0")"
 scripts/install-deps.sh
+scripts/check-format.sh
 
 presets=("$@")
 [ ${#presets[@]} -gt 0 ] || presets=(default asan tsan fuzz)
@@ -14,7 +15,7 @@ jobs=$(nproc)
 for preset in "${presets[@]}"; do
   echo "=== ${preset} ==="
   if [ "$preset" = fuzz ]; then
-    bench/fuzz/run-fuzz.sh -runs=20000
+    fuzz/run-fuzz.sh -runs=20000
     continue
   fi
   cmake --preset "$preset" >/dev/null

@@ -1,3 +1,19 @@
+/*
+ * Copyright (C) 2026 Zenth
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -31,12 +47,17 @@ constexpr int kFaultCodePos = 51;
 
 // Node view of node flag 288: fields 1 to 7 less the last 8 bytes.
 constexpr int kOpInfoViewOffset = 0x514010;
-constexpr int kOpInfoViewSize = 120;
+constexpr int kOpInfoViewSize = kFpgaOpInfoViewLength;
 constexpr size_t kViewCodeStart = kOpRecordOffset - kOpInfoViewOffset + kFaultCodePos;  // 83
-constexpr size_t kViewCodeEnd = kViewCodeStart + kFaultCodeSize;                         // 90
+constexpr size_t kViewCodeEnd = kViewCodeStart + kFaultCodeSize;                        // 90
 constexpr size_t kViewShiftedBytes = 16;
 constexpr size_t kViewShift = 2;
 constexpr size_t kCodeTextSize = 32;
+// A 55-bit code is at most 14 hexadecimal digits; with its NUL and the moved bytes, the
+// rewritten view stays inside the buffer the node table sizes.
+constexpr size_t kLongestCodeText = 14 + 1;
+static_assert(kViewCodeEnd + kViewShift + kViewShiftedBytes <= static_cast<size_t>(kOpInfoViewSize));
+static_assert(kViewCodeStart + kLongestCodeText <= static_cast<size_t>(kOpInfoViewSize));
 
 // Enable-info area: header, then the "sr" and the "hr" info text.
 constexpr int kEnableHeaderOffset = 0x514320;
@@ -44,7 +65,7 @@ constexpr int kEnableSrOffset = 0x514330;
 constexpr int kEnableHrOffset = 0x514340;
 constexpr size_t kEnableFieldSize = 16;
 constexpr char kEnableHeader[kEnableFieldSize] = "fpga_op_info_e";  // two NULs after the name
-constexpr int kEnableViewSize = 32;
+constexpr int kEnableViewSize = kFpgaOpInfoEnViewLength;
 
 struct CountField {
     size_t pos;

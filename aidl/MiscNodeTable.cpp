@@ -1,10 +1,26 @@
+/*
+ * Copyright (C) 2026 Zenth
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
 #include "MiscNodeTable.h"
 
 #include <stdio.h>
 
 #include <android/log.h>
 
-#include "ZenthMisc.h"
+#include "MiscLogTag.h"
 
 namespace aidl::vendor::zenth::hardware::misc {
 
@@ -88,8 +104,8 @@ const MiscNodeEntry gMiscNodeTable[kMiscNodeCount] = {
         {284, "/proc/fpga/hw_control", 256},
         {285, "/proc/fpga/work_state", 256},
         {286, "/proc/fpga/update_flag", 256},
-        {288, "/dev/block/by-name/zenthreserve1", 120},
-        {289, "/dev/block/by-name/zenthreserve1", 32},
+        {FPGA_OP_INFO_NODE, "/dev/block/by-name/zenthreserve1", kFpgaOpInfoViewLength},
+        {FPGA_OP_INFO_EN_NODE, "/dev/block/by-name/zenthreserve1", kFpgaOpInfoEnViewLength},
         {290, "/proc/fpga/heartbeat_switch", 256},
         {291, "/proc/fpga/monitor_time", 256},
         {360, "/proc/magnetic_cover/magcvr_data_handle", 256},

@@ -1,3 +1,19 @@
+/*
+ * Copyright (C) 2026 Zenth
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
 #include "StatsClient.h"
 
 #include <fcntl.h>
@@ -37,8 +53,7 @@ void copyCounterField(CounterFieldText& text, const char* field) {
     text[kCounterFieldSize] = '\0';
 }
 
-bool delayAndProbe(const char* startMessage, const char* probePath,
-                   const char* unsupportedMessage) {
+bool delayAndProbe(const char* startMessage, const char* probePath, const char* unsupportedMessage) {
     __android_log_print(ANDROID_LOG_ERROR, nullptr, "%s", startMessage);
     usleep(kReportDelayUs);
 

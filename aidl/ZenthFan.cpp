@@ -1,3 +1,19 @@
+/*
+ * Copyright (C) 2026 Zenth
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
 #include "ZenthFan.h"
 
 #include <string.h>
@@ -5,9 +21,9 @@
 
 #include <android/log.h>
 
+#include "MiscLogTag.h"
 #include "NodeInterface.h"
 #include "ReservePartition.h"
-#include "ZenthMisc.h"
 
 namespace aidl::vendor::zenth::hardware::misc {
 
@@ -65,8 +81,7 @@ void loadFanRpmTable(int regionOffset) {
         return;
     }
     __android_log_print(ANDROID_LOG_DEBUG, kMiscLogTag, "read fan rpm table info = %s", table);
-    writeInterface(kFanRpmTablePath, 0, table,
-                   static_cast<int>(strnlen(table, kFanRpmTableLength)));
+    writeInterface(kFanRpmTablePath, 0, table, static_cast<int>(strnlen(table, kFanRpmTableLength)));
 }
 
 }  // namespace

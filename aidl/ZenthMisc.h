@@ -1,3 +1,19 @@
+/*
+ * Copyright (C) 2026 Zenth
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
 #pragma once
 
 #include <cstdint>
@@ -6,10 +22,9 @@
 
 #include <aidl/vendor/zenth/hardware/misc/BnZenthMisc.h>
 
-namespace aidl::vendor::zenth::hardware::misc {
+#include "MiscLogTag.h"
 
-// Log tag of the service object, the entry, the node access and the fan probe.
-inline constexpr const char* kMiscLogTag = "vendor.zenth.hardware.ZenthMisc-V1-service";
+namespace aidl::vendor::zenth::hardware::misc {
 
 // Set once by the service object's constructor, before any other thread exists.
 extern bool gIsReserveIntegrate;
@@ -25,8 +40,7 @@ class ZenthMisc : public BnZenthMisc {
     ndk::ScopedAStatus miscReadNodeFile(int32_t in_deviceId, int32_t in_nodeFlag,
                                         std::string* _aidl_return) override;
     ndk::ScopedAStatus miscWriteNodeFile(int32_t in_deviceId, int32_t in_nodeFlag,
-                                         const std::string& in_data,
-                                         int32_t* _aidl_return) override;
+                                         const std::string& in_data, int32_t* _aidl_return) override;
     ndk::ScopedAStatus saveCalibrationData(int32_t in_type,
                                            const std::vector<uint8_t>& in_calibrationData,
                                            int32_t in_length, bool* _aidl_return) override;

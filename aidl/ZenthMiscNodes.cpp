@@ -1,3 +1,19 @@
+/*
+ * Copyright (C) 2026 Zenth
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
 #include <string.h>
 #include <unistd.h>
 
@@ -76,8 +92,7 @@ ndk::ScopedAStatus ZenthMisc::miscReadNodeFile(int32_t in_deviceId, int32_t in_n
 }
 
 ndk::ScopedAStatus ZenthMisc::miscWriteNodeFile(int32_t in_deviceId, int32_t in_nodeFlag,
-                                                const std::string& in_data,
-                                                int32_t* _aidl_return) {
+                                                const std::string& in_data, int32_t* _aidl_return) {
     if (in_data.empty()) {
         *_aidl_return = -1;
         return ndk::ScopedAStatus::ok();
@@ -96,8 +111,7 @@ ndk::ScopedAStatus ZenthMisc::miscWriteNodeFile(int32_t in_deviceId, int32_t in_
     } else if (in_nodeFlag == FPGA_OP_INFO_NODE) {
         // Node 288 is a view of the fault records; a plain write would land at offset 0
         // of the reserve partition.
-        __android_log_print(ANDROID_LOG_ERROR, kMiscLogTag, "nodeFlag %d is read only",
-                            in_nodeFlag);
+        __android_log_print(ANDROID_LOG_ERROR, kMiscLogTag, "nodeFlag %d is read only", in_nodeFlag);
         *_aidl_return = -1;
     } else {
         *_aidl_return = writeInterface(node.path, 0, in_data.c_str(), len);

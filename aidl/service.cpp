@@ -1,7 +1,17 @@
 /*
- * Process entry of the misc hardware service: restores calibration, starts the
- * background work of the FPGA and the expander GPIO chip, runs the fan probe,
- * registers IZenthMisc and lends the main thread to the binder thread pool.
+ * Copyright (C) 2026 Zenth
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
  */
 
 #define LOG_TAG "vendor.zenth.hardware.ZenthMisc-V1-service"
@@ -26,27 +36,17 @@ using aidl::vendor::zenth::hardware::misc::ZenthMisc;
 
 int main() {
     __android_log_print(ANDROID_LOG_ERROR, LOG_TAG, "service zenth misc aidl started!");
-
     // Calls are served by the main thread alone, so interface calls never overlap.
     ABinderProcess_setThreadPoolMaxThreadCount(0);
-
     std::shared_ptr<ZenthMisc> misc = ndk::SharedRefBase::make<ZenthMisc>();
-
     ZenthFpga fpga;
     ZenthExgpio exgpio;
     fpga.startFpgaThread();
     fpga.fpgaReportStats();
     exgpio.exgpioReportStats();
-
     ZenthFan fan;
-
     std::string instance = std::string() + IZenthMisc::descriptor + "/default";
-    binder_status_t status;
-    {
-        ndk::SpAIBinder binder = misc->asBinder();
-        status = AServiceManager_addService(binder.get(), instance.c_str());
-    }
-
+    binder_status_t status = AServiceManager_addService(misc->asBinder().get(), instance.c_str());
     // A refused registration is fatal: no client could ever reach the service.
     CHECK(status == STATUS_OK);
 

@@ -1,3 +1,19 @@
+/*
+ * Copyright (C) 2026 Zenth
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
 // Each interface call against its floor: the system calls and log lines the call must make, made
 // directly through the same emulated device and the same logger.
 
@@ -12,11 +28,15 @@
 #include <memory>
 #include <string>
 
-#include "BenchDevice.h"
+#include <zenth_host/SeededDevice.h>
 #include "Figures.h"
 #include "ZenthMisc.h"
 
 namespace bench {
+
+using zenth_host::Logger;
+using zenth_host::loggerName;
+using zenth_host::useLogger;
 
 namespace {
 
@@ -99,9 +119,9 @@ struct Pair {
 };
 
 constexpr Pair kPairs[] = {
-    {"read", "miscReadNodeFile, 256-byte node", readCall, readFloor},
-    {"support", "isMiscNodeSupport", supportCall, supportFloor},
-    {"write", "miscWriteNodeFile, 1 byte", writeCall, writeFloor},
+        {"read", "miscReadNodeFile, 256-byte node", readCall, readFloor},
+        {"support", "isMiscNodeSupport", supportCall, supportFloor},
+        {"write", "miscWriteNodeFile, 1 byte", writeCall, writeFloor},
 };
 
 void registerRun(const std::string& name, Logger logger, void (*body)(benchmark::State&)) {
@@ -134,7 +154,7 @@ std::string name(const Pair& pair, const char* side, Logger logger) {
 }  // namespace
 
 void measureCalls(Figures& figures, int argc, char** argv) {
-    Device device;
+    zenth_host::SeededDevice device;
     device.seedSample();
     device.writeFile(kNode, std::string(kNodeSize, '7'));
     useLogger(Logger::NoOp);
@@ -162,7 +182,7 @@ void measureCalls(Figures& figures, int argc, char** argv) {
             double ratio = call / floor;
             figures.push_back({std::string(pair.what) + " (" + loggerName(logger) + ")",
                                format("%.2fx", ratio) + format(" (call %.0f ns", call) +
-                                   format(", floor %.0f ns)", floor),
+                                       format(", floor %.0f ns)", floor),
                                "<= 1.10x", ratio <= kTarget});
         }
     }

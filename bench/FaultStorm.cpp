@@ -1,3 +1,19 @@
+/*
+ * Copyright (C) 2026 Zenth
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
 // Fault storm: values injected into the fault node as fast as the watcher reads them, each recorded
 // and offered to the log capture by threads of its own.
 
@@ -15,11 +31,15 @@
 #include <thread>
 #include <vector>
 
-#include "BenchDevice.h"
+#include <zenth_host/SeededDevice.h>
 #include "Figures.h"
 #include "ZenthFpga.h"
 
 namespace bench {
+
+using zenth_host::kSrCount;
+using zenth_host::Logger;
+using zenth_host::useLogger;
 
 namespace {
 
@@ -96,17 +116,17 @@ double consumersOneByOneSeconds() {
     return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-size_t dumpsKept(const Device& device) {
+size_t dumpsKept(const zenth_host::SeededDevice& device) {
     std::error_code error;
     auto entries = std::filesystem::directory_iterator(
-        device.hostPath("/mnt/vendor/zenthreserve/fpga_save_log"), error);
+            device.hostPath("/mnt/vendor/zenthreserve/fpga_save_log"), error);
     return error ? 0 : static_cast<size_t>(std::distance(entries, {}));
 }
 
 }  // namespace
 
 void measureFaultStorm(Figures& figures) {
-    Device device;
+    zenth_host::SeededDevice device;
     device.seedSample();
     emulated::reset();
     __android_log_set_logger(countLine);
@@ -138,19 +158,19 @@ void measureFaultStorm(Figures& figures) {
     }
     figures.push_back({"Fault storm, 10,000 values: lost counts",
                        format("%.0f", static_cast<double>(kEvents - counted)) +
-                           format(" (partition count %.0f)", static_cast<double>(counted)) +
-                           (finished ? "" : ", consumers unfinished after 120 s"),
+                               format(" (partition count %.0f)", static_cast<double>(counted)) +
+                               (finished ? "" : ", consumers unfinished after 120 s"),
                        "0", finished && counted == kEvents});
     figures.push_back({"Fault storm: dumps",
                        format("%.0f saved", static_cast<double>(saved.size())) +
-                           format(", %.0f kept", static_cast<double>(kept)) +
-                           format(" in %.2f s", seconds),
+                               format(", %.0f kept", static_cast<double>(kept)) +
+                               format(" in %.2f s", seconds),
                        "<= 2 per kind per 3 s", !saved.empty() && withinWindowRule(saved)});
     figures.push_back({"Fault storm: events per second",
                        format("%.0f/s", kEvents / seconds) + format(", %.2fx", seconds / floor) +
-                           format(" the floor (%.0f ms for 20,000 empty threads;", floor * 1000) +
-                           format(" the consumers' work one event after another: %.0f ms)",
-                                  consumers * 1000),
+                               format(" the floor (%.0f ms for 20,000 empty threads;", floor * 1000) +
+                               format(" the consumers' work one event after another: %.0f ms)",
+                                      consumers * 1000),
                        "<= 1.5x", seconds / floor <= kTarget});
 }
 

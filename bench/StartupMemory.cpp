@@ -1,3 +1,19 @@
+/*
+ * Copyright (C) 2026 Zenth
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
 // Start-up time to registration, and the daemon's memory: its growth over many calls and its
 // resident set over that of an empty program linked the same way.
 
@@ -18,7 +34,7 @@
 #include <thread>
 #include <vector>
 
-#include "BenchDevice.h"
+#include <zenth_host/SeededDevice.h>
 #include "Figures.h"
 #include "ZenthExgpio.h"
 #include "ZenthFan.h"
@@ -26,6 +42,10 @@
 #include "ZenthMisc.h"
 
 namespace bench {
+
+using zenth_host::Logger;
+using zenth_host::residentKiB;
+using zenth_host::useLogger;
 
 namespace {
 
@@ -123,7 +143,8 @@ void waitUntilQuiet(const std::string& file, const std::string& marker) {
 }
 
 // Runs a program on the device with its stderr in a file; its resident set once settled.
-long settledResidentKiB(const Device& device, const char* program, const std::string& marker) {
+long settledResidentKiB(const zenth_host::SeededDevice& device, const char* program,
+                        const std::string& marker) {
     const std::string log = device.hostPath("/stderr.log");
     pid_t child = fork();
     if (child == 0) {
@@ -144,7 +165,7 @@ long settledResidentKiB(const Device& device, const char* program, const std::st
 }  // namespace
 
 void measureStartup(Figures& figures) {
-    Device device;
+    zenth_host::SeededDevice device;
     device.seedSample();
     useLogger(Logger::Stderr);
     std::vector<double> runs;
@@ -154,12 +175,12 @@ void measureStartup(Figures& figures) {
     const double median = runs[runs.size() / 2];
     figures.push_back({"Start-up: first log line to registration (seeded device)",
                        format("%.0f us median", median) + format(", %.0f us max", runs.back()) +
-                           format(" of %.0f starts", kStartupRuns),
+                               format(" of %.0f starts", kStartupRuns),
                        "<= 2 ms", median <= kStartupTargetUs && runs.front() > 0});
 }
 
 void measureMemory(Figures& figures) {
-    Device device;
+    zenth_host::SeededDevice device;
     device.seedSample();
     useLogger(Logger::NoOp);
     {
@@ -180,8 +201,8 @@ void measureMemory(Figures& figures) {
     const long idle = settledResidentKiB(device, ZENTH_IDLE_BINARY, "idle");
     figures.push_back({"Daemon resident set over an empty program, same libraries",
                        format("%.0f KiB", static_cast<double>(daemon - idle)) +
-                           format(" (daemon %.0f KiB", static_cast<double>(daemon)) +
-                           format(", empty %.0f KiB)", static_cast<double>(idle)),
+                               format(" (daemon %.0f KiB", static_cast<double>(daemon)) +
+                               format(", empty %.0f KiB)", static_cast<double>(idle)),
                        "<= 1024 KiB",
                        daemon > 0 && idle > 0 && daemon - idle <= kOverheadTargetKiB});
 }

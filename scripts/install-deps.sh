@@ -3,7 +3,7 @@
 set -euo pipefail
 
 packages=(
-  cmake make g++ clang libclang-rt-14-dev
+  cmake make g++ clang libclang-rt-14-dev clang-format blueprint-tools
   libgtest-dev libgmock-dev libbenchmark-dev
   android-liblog-dev android-libbase-dev
 )

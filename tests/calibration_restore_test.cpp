@@ -1,3 +1,19 @@
+/*
+ * Copyright (C) 2026 Zenth
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
 // The service object's start: storage detection and the hand-over of stored calibration
 // to the motor, tri-state key and magnetic cover drivers.
 
@@ -38,10 +54,12 @@ const Motor kEmmcRecord = {11, 12, 13, 14, 15, 16};
 const Motor kUfsRecord = {21, 22, 23, 24, 25, 26};
 
 const StorageCase kStorageCases[] = {
-    {"EmmcWithReserve", true, false, "gIsReserveIntegrate=1, gIsEmmcStorage=1", "11,12,13,14,15,16"},
-    {"UfsWithReserve", true, true, "gIsReserveIntegrate=1, gIsEmmcStorage=0", "21,22,23,24,25,26"},
-    {"EmmcWithoutReserve", false, false, "gIsReserveIntegrate=0, gIsEmmcStorage=1", nullptr},
-    {"UfsWithoutReserve", false, true, "gIsReserveIntegrate=0, gIsEmmcStorage=0", nullptr},
+        {"EmmcWithReserve", true, false, "gIsReserveIntegrate=1, gIsEmmcStorage=1",
+         "11,12,13,14,15,16"},
+        {"UfsWithReserve", true, true, "gIsReserveIntegrate=1, gIsEmmcStorage=0",
+         "21,22,23,24,25,26"},
+        {"EmmcWithoutReserve", false, false, "gIsReserveIntegrate=0, gIsEmmcStorage=1", nullptr},
+        {"UfsWithoutReserve", false, true, "gIsReserveIntegrate=0, gIsEmmcStorage=0", nullptr},
 };
 
 class StorageDetectionTest : public CalibrationTest,
@@ -97,26 +115,35 @@ struct MotorCase {
 };
 
 const MotorCase kMotorCases[] = {
-    {"Mixed", {1, -2, 3, 0, 0, 7}, true,
-     {debug("motor calibration data 1,-2,3,0,0,7"), debug("write 12 bytes"),
-      debug("motor calbration data write count = 12")},
-     "1,-2,3,0,0,7"},
-    {"Extremes", {INT_MIN, INT_MAX, -1, 0, 0, 0}, true,
-     {debug("motor calibration data -2147483648,2147483647,-1,0,0,0"), debug("write 31 bytes"),
-      debug("motor calbration data write count = 31")},
-     "-2147483648,2147483647,-1,0,0,0"},
-    {"OnlyLastValueSet", {0, 0, 0, 0, 0, 1}, true,
-     {debug("motor calibration data 0,0,0,0,0,1"), debug("write 11 bytes"),
-      debug("motor calbration data write count = 11")},
-     "0,0,0,0,0,1"},
-    {"AllZero", {0, 0, 0, 0, 0, 0}, true,
-     {debug("motor calibration data 0,0,0,0,0,0"), debug("invalid motor hall cali data")},
-     ""},
-    {"NoMotorDriver", {1, 2, 3, 4, 5, 6}, false,
-     {debug("motor calibration data 1,2,3,4,5,6"),
-      debug(openFailure(kMotorNode, ENOENT)),
-      debug("motor calbration data write count = -1")},
-     nullptr},
+        {"Mixed",
+         {1, -2, 3, 0, 0, 7},
+         true,
+         {debug("motor calibration data 1,-2,3,0,0,7"), debug("write 12 bytes"),
+          debug("motor calbration data write count = 12")},
+         "1,-2,3,0,0,7"},
+        {"Extremes",
+         {INT_MIN, INT_MAX, -1, 0, 0, 0},
+         true,
+         {debug("motor calibration data -2147483648,2147483647,-1,0,0,0"), debug("write 31 bytes"),
+          debug("motor calbration data write count = 31")},
+         "-2147483648,2147483647,-1,0,0,0"},
+        {"OnlyLastValueSet",
+         {0, 0, 0, 0, 0, 1},
+         true,
+         {debug("motor calibration data 0,0,0,0,0,1"), debug("write 11 bytes"),
+          debug("motor calbration data write count = 11")},
+         "0,0,0,0,0,1"},
+        {"AllZero",
+         {0, 0, 0, 0, 0, 0},
+         true,
+         {debug("motor calibration data 0,0,0,0,0,0"), debug("invalid motor hall cali data")},
+         ""},
+        {"NoMotorDriver",
+         {1, 2, 3, 4, 5, 6},
+         false,
+         {debug("motor calibration data 1,2,3,4,5,6"), debug(openFailure(kMotorNode, ENOENT)),
+          debug("motor calbration data write count = -1")},
+         nullptr},
 };
 
 class MotorRestoreTest : public CalibrationTest, public ::testing::WithParamInterface<MotorCase> {};
@@ -144,8 +171,7 @@ TEST_P(MotorRestoreTest, WritesTheRecordAsTextOrRefusesAnEmptyOne) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Records, MotorRestoreTest, ::testing::ValuesIn(kMotorCases),
-                         CaseName());
+INSTANTIATE_TEST_SUITE_P(Records, MotorRestoreTest, ::testing::ValuesIn(kMotorCases), CaseName());
 
 // Tri-state key and magnetic cover: a persist file forwarded to its driver, cut to the
 // driver's length.
@@ -170,16 +196,16 @@ const std::string kCommas128 = [] {
 }();
 
 const ForwardCase kForwardCases[] = {
-    {"TriStateSeparators", kTriStateData, kTriStateNode, "12;34;56", "12,34,56", true},
-    {"TriStateLongFileCut", kTriStateData, kTriStateNode, kSemicolons200, kCommas128, true},
-    {"TriStateKeepsNul", kTriStateData, kTriStateNode, std::string("a;\0b;", 5),
-     std::string("a,\0b,", 5), true},
-    {"TriStateEmptyFile", kTriStateData, kTriStateNode, "", "keep", true},
-    {"TriStateMissingFile", kTriStateData, kTriStateNode, std::nullopt, "keep", true},
-    {"MagneticLongFileCut", kMagneticData, kMagneticNode, "0123456789;b", "01234567", false},
-    {"MagneticShortFile", kMagneticData, kMagneticNode, "1;2", "1;2p", false},
-    {"MagneticEmptyFile", kMagneticData, kMagneticNode, "", "keep", true},
-    {"MagneticMissingFile", kMagneticData, kMagneticNode, std::nullopt, "keep", true},
+        {"TriStateSeparators", kTriStateData, kTriStateNode, "12;34;56", "12,34,56", true},
+        {"TriStateLongFileCut", kTriStateData, kTriStateNode, kSemicolons200, kCommas128, true},
+        {"TriStateKeepsNul", kTriStateData, kTriStateNode, std::string("a;\0b;", 5),
+         std::string("a,\0b,", 5), true},
+        {"TriStateEmptyFile", kTriStateData, kTriStateNode, "", "keep", true},
+        {"TriStateMissingFile", kTriStateData, kTriStateNode, std::nullopt, "keep", true},
+        {"MagneticLongFileCut", kMagneticData, kMagneticNode, "0123456789;b", "01234567", false},
+        {"MagneticShortFile", kMagneticData, kMagneticNode, "1;2", "1;2p", false},
+        {"MagneticEmptyFile", kMagneticData, kMagneticNode, "", "keep", true},
+        {"MagneticMissingFile", kMagneticData, kMagneticNode, std::nullopt, "keep", true},
 };
 
 class ForwardRestoreTest : public CalibrationTest,
@@ -202,7 +228,6 @@ TEST_P(ForwardRestoreTest, HandsTheStoredBytesToTheDriver) {
               c.noFileLine ? 1u : 0u);
 }
 
-INSTANTIATE_TEST_SUITE_P(Files, ForwardRestoreTest, ::testing::ValuesIn(kForwardCases),
-                         CaseName());
+INSTANTIATE_TEST_SUITE_P(Files, ForwardRestoreTest, ::testing::ValuesIn(kForwardCases), CaseName());
 
 }  // namespace

@@ -1,3 +1,19 @@
+/*
+ * Copyright (C) 2026 Zenth
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
 // saveCalibrationData: validation, the persist files with their flag files, the motor
 // record in the reserve partition, and the round trip through the next start.
 
@@ -67,11 +83,11 @@ struct ValidationCase {
 };
 
 const ValidationCase kValidationCases[] = {
-    {"NothingReceived", 0, 0, {error("invalid calibrationData")}},
-    {"AboveLimit", 4097, 4097, {firstLine(kTriStateType, 4097, 4097), error("data size error")}},
-    {"NegativeLength", 10, -1, {firstLine(kTriStateType, -1, 10), error("data size error")}},
-    {"LengthShort", 10, 9, {firstLine(kTriStateType, 9, 10), error("data size error")}},
-    {"LengthLong", 10, 11, {firstLine(kTriStateType, 11, 10), error("data size error")}},
+        {"NothingReceived", 0, 0, {error("invalid calibrationData")}},
+        {"AboveLimit", 4097, 4097, {firstLine(kTriStateType, 4097, 4097), error("data size error")}},
+        {"NegativeLength", 10, -1, {firstLine(kTriStateType, -1, 10), error("data size error")}},
+        {"LengthShort", 10, 9, {firstLine(kTriStateType, 9, 10), error("data size error")}},
+        {"LengthLong", 10, 11, {firstLine(kTriStateType, 11, 10), error("data size error")}},
 };
 
 class ValidationTest : public CalibrationStoreTest,
@@ -89,8 +105,7 @@ TEST_P(ValidationTest, RefusesWithoutTouchingTheFiles) {
     EXPECT_FALSE(exists(kTriStateFlag));
 }
 
-INSTANTIATE_TEST_SUITE_P(Lengths, ValidationTest, ::testing::ValuesIn(kValidationCases),
-                         CaseName());
+INSTANTIATE_TEST_SUITE_P(Lengths, ValidationTest, ::testing::ValuesIn(kValidationCases), CaseName());
 
 // The two kinds kept in persist files.
 struct FileKind {
@@ -102,12 +117,19 @@ struct FileKind {
     const char* countPrefix;
 };
 
-const FileKind kTriState = {"TriState", kTriStateType, kTriStateData, kTriStateFlag,
+const FileKind kTriState = {"TriState",
+                            kTriStateType,
+                            kTriStateData,
+                            kTriStateFlag,
                             "saveTriCalibrationData ",
                             "saveTriCalibrationData write TriHallCalibrationData count = "};
 const FileKind kMagnetic = {
-    "Magnetic", kMagneticType, kMagneticData, kMagneticFlag, "saveMagneticCoverCalibrationData ",
-    "saveMagneticCoverCalibrationData write saveMagneticCoverCalibrationData count = "};
+        "Magnetic",
+        kMagneticType,
+        kMagneticData,
+        kMagneticFlag,
+        "saveMagneticCoverCalibrationData ",
+        "saveMagneticCoverCalibrationData write saveMagneticCoverCalibrationData count = "};
 
 Message countLine(const FileKind& kind, long count) {
     return debug(kind.countPrefix + std::to_string(count));
@@ -137,13 +159,13 @@ TEST_P(FileStoreTest, ReplacesTheDataAndSetsTheFlag) {
     EXPECT_EQ(serviceLog(), expected);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-        Kinds, FileStoreTest,
-        ::testing::Combine(::testing::Values(kTriState, kMagnetic), ::testing::Values(1, 4096)),
-        [](const auto& info) {
-            return std::string(std::get<0>(info.param).name) + "_" +
-                   std::to_string(std::get<1>(info.param));
-        });
+INSTANTIATE_TEST_SUITE_P(Kinds, FileStoreTest,
+                         ::testing::Combine(::testing::Values(kTriState, kMagnetic),
+                                            ::testing::Values(1, 4096)),
+                         [](const auto& info) {
+                             return std::string(std::get<0>(info.param).name) + "_" +
+                                    std::to_string(std::get<1>(info.param));
+                         });
 
 enum class Fault {
     DataIsDirectory,
@@ -159,38 +181,59 @@ struct FaultCase {
     const char* name;
     Fault fault;
     bool result;
-    std::vector<Message> log;           // after the first line and the announcement
-    std::optional<std::string> data;    // nullopt: no data file
-    std::optional<std::string> flag;    // nullopt: no flag file
+    std::vector<Message> log;         // after the first line and the announcement
+    std::optional<std::string> data;  // nullopt: no data file
+    std::optional<std::string> flag;  // nullopt: no flag file
 };
 
 constexpr const char* kSent = "0123456789";
 
 const FaultCase kFaultCases[] = {
-    {"DataIsDirectory", Fault::DataIsDirectory, false,
-     {debug(openFailure(kTriStateData, EISDIR)), countLine(kTriState, 0)},
-     std::nullopt, std::nullopt},
-    {"NoPersistDir", Fault::NoPersistDir, false,
-     {debug(openFailure(kTriStateData, ENOENT)), countLine(kTriState, 0)},
-     std::nullopt, std::nullopt},
-    {"ReadOnlyPersistDir", Fault::ReadOnlyPersistDir, false,
-     {debug(openFailure(kTriStateData, EACCES)), countLine(kTriState, 0)},
-     std::nullopt, std::nullopt},
-    // An earlier calibration's flag stays; the data file stays truncated.
-    {"DataWriteFails", Fault::DataWriteFails, false,
-     {debug("chmod result ret = 0"), debug("write failed! length:10"), countLine(kTriState, -1)},
-     "", "1"},
-    {"ShortDataWriteStillStores", Fault::ShortDataWrite, true,
-     {debug("chmod result ret = 0"), countLine(kTriState, 3), debug("chmod result ret = 0")},
-     "012", "1"},
-    {"FlagIsDirectory", Fault::FlagIsDirectory, true,
-     {debug("chmod result ret = 0"), countLine(kTriState, 10),
-      debug(openFailure(kTriStateFlag, EISDIR))},
-     kSent, std::nullopt},
-    {"FlagWriteFails", Fault::FlagWriteFails, true,
-     {debug("chmod result ret = 0"), countLine(kTriState, 10), debug("chmod result ret = 0"),
-      debug("write failed! length:1")},
-     kSent, std::nullopt},
+        {"DataIsDirectory",
+         Fault::DataIsDirectory,
+         false,
+         {debug(openFailure(kTriStateData, EISDIR)), countLine(kTriState, 0)},
+         std::nullopt,
+         std::nullopt},
+        {"NoPersistDir",
+         Fault::NoPersistDir,
+         false,
+         {debug(openFailure(kTriStateData, ENOENT)), countLine(kTriState, 0)},
+         std::nullopt,
+         std::nullopt},
+        {"ReadOnlyPersistDir",
+         Fault::ReadOnlyPersistDir,
+         false,
+         {debug(openFailure(kTriStateData, EACCES)), countLine(kTriState, 0)},
+         std::nullopt,
+         std::nullopt},
+        // An earlier calibration's flag stays; the data file stays truncated.
+        {"DataWriteFails",
+         Fault::DataWriteFails,
+         false,
+         {debug("chmod result ret = 0"), debug("write failed! length:10"), countLine(kTriState, -1)},
+         "",
+         "1"},
+        {"ShortDataWriteStillStores",
+         Fault::ShortDataWrite,
+         true,
+         {debug("chmod result ret = 0"), countLine(kTriState, 3), debug("chmod result ret = 0")},
+         "012",
+         "1"},
+        {"FlagIsDirectory",
+         Fault::FlagIsDirectory,
+         true,
+         {debug("chmod result ret = 0"), countLine(kTriState, 10),
+          debug(openFailure(kTriStateFlag, EISDIR))},
+         kSent,
+         std::nullopt},
+        {"FlagWriteFails",
+         Fault::FlagWriteFails,
+         true,
+         {debug("chmod result ret = 0"), countLine(kTriState, 10), debug("chmod result ret = 0"),
+          debug("write failed! length:1")},
+         kSent,
+         std::nullopt},
 };
 
 class FileStoreFaultTest : public CalibrationStoreTest,
@@ -243,7 +286,8 @@ TEST_P(FileStoreFaultTest, ReportsAndKeepsWhatWasStored) {
     }
 
     EXPECT_EQ(result, c.result);
-    std::vector<Message> expected = {firstLine(kTriStateType, 10, 10), debug(kTriState.announcement)};
+    std::vector<Message> expected = {firstLine(kTriStateType, 10, 10),
+                                     debug(kTriState.announcement)};
     expected.insert(expected.end(), c.log.begin(), c.log.end());
     EXPECT_EQ(serviceLog(), expected);
     if (c.data) {
@@ -256,8 +300,7 @@ TEST_P(FileStoreFaultTest, ReportsAndKeepsWhatWasStored) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Faults, FileStoreFaultTest, ::testing::ValuesIn(kFaultCases),
-                         CaseName());
+INSTANTIATE_TEST_SUITE_P(Faults, FileStoreFaultTest, ::testing::ValuesIn(kFaultCases), CaseName());
 
 const Motor kMotorValues = {1, -2, 3, 0, 0, 7};
 
@@ -273,12 +316,12 @@ struct MotorCase {
 };
 
 const MotorCase kMotorCases[] = {
-    {"Emmc", kMotorType, true, false, 24, true, {debug("write 24 bytes")}, kMotorRecordEmmc},
-    {"Ufs", kMotorType, true, true, 24, true, {debug("write 24 bytes")}, kMotorRecordUfs},
-    {"NoReserve", kMotorType, false, false, 24, false, {debug("do nothing")}, -1},
-    {"Short", kMotorType, true, false, 23, false, {}, -1},
-    {"Long", kMotorType, true, false, 25, false, {}, -1},
-    {"UnknownType", kMotorType + 1, true, false, 24, false, {}, -1},
+        {"Emmc", kMotorType, true, false, 24, true, {debug("write 24 bytes")}, kMotorRecordEmmc},
+        {"Ufs", kMotorType, true, true, 24, true, {debug("write 24 bytes")}, kMotorRecordUfs},
+        {"NoReserve", kMotorType, false, false, 24, false, {debug("do nothing")}, -1},
+        {"Short", kMotorType, true, false, 23, false, {}, -1},
+        {"Long", kMotorType, true, false, 25, false, {}, -1},
+        {"UnknownType", kMotorType + 1, true, false, 24, false, {}, -1},
 };
 
 class MotorStoreTest : public CalibrationStoreTest,
@@ -311,8 +354,7 @@ TEST_P(MotorStoreTest, WritesTheRecordInPlace) {
     EXPECT_FALSE(exists(kMagneticData));
 }
 
-INSTANTIATE_TEST_SUITE_P(Records, MotorStoreTest, ::testing::ValuesIn(kMotorCases),
-                         CaseName());
+INSTANTIATE_TEST_SUITE_P(Records, MotorStoreTest, ::testing::ValuesIn(kMotorCases), CaseName());
 
 TEST_F(CalibrationStoreTest, MotorRecordThatCannotBeWrittenIsRefused) {
     createReservePartition();

@@ -1,3 +1,19 @@
+/*
+ * Copyright (C) 2026 Zenth
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
 // The emulated phone as a person or a script uses it: the console fed on stdin, its results
 // on stdout, the daemon's log on stderr, the device folder kept between starts.
 
@@ -41,9 +57,8 @@ class ConsoleTest : public DeviceTest {
     PhoneRun run(const std::string& script) {
         const std::string base = rootFolder() + ".run";
         std::ofstream(base + ".in") << script;
-        const std::string command = std::string(ZENTH_PHONE_BINARY) + " --device " +
-                                    rootFolder() + " <" + base + ".in >" + base + ".out 2>" +
-                                    base + ".err";
+        const std::string command = std::string(ZENTH_PHONE_BINARY) + " --device " + rootFolder() +
+                                    " <" + base + ".in >" + base + ".out 2>" + base + ".err";
         PhoneRun result;
         int raw = std::system(command.c_str());
         result.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
@@ -74,26 +89,26 @@ TEST_F(ConsoleTest, SeedsEveryNodeOfTheTableAndTheReservePartition) {
 }
 
 TEST_F(ConsoleTest, ScriptDrivesEveryCommand) {
-    PhoneRun phone = run(
-            "# a comment, then a blank line\n\n"
-            "initialize\n"
-            "isMiscNodeSupport 0 185\n"
-            "isMiscNodeSupport 0 9999\n"
-            "miscWriteNodeFile 0 185 255\n"
-            "miscReadNodeFile 0 185\n"
-            "miscReadNodeFile 0 83\n"
-            "miscWriteNodeFile 0 83 x\n"
-            "saveCalibrationData tri 21;22\\s23\n"
-            "saveCalibrationData motor i32:1,2\n"
-            "fault 2\n"
-            "frobnicate 1\n"
-            "miscReadNodeFile 0\n"
-            "miscWriteNodeFile 0 185 \\q\n"
-            "regions\n"
-            "faultlogs\n"
-            "help\n"
-            "quit\n"
-            "initialize\n");
+    PhoneRun phone =
+            run("# a comment, then a blank line\n\n"
+                "initialize\n"
+                "isMiscNodeSupport 0 185\n"
+                "isMiscNodeSupport 0 9999\n"
+                "miscWriteNodeFile 0 185 255\n"
+                "miscReadNodeFile 0 185\n"
+                "miscReadNodeFile 0 83\n"
+                "miscWriteNodeFile 0 83 x\n"
+                "saveCalibrationData tri 21;22\\s23\n"
+                "saveCalibrationData motor i32:1,2\n"
+                "fault 2\n"
+                "frobnicate 1\n"
+                "miscReadNodeFile 0\n"
+                "miscWriteNodeFile 0 185 \\q\n"
+                "regions\n"
+                "faultlogs\n"
+                "help\n"
+                "quit\n"
+                "initialize\n");
     EXPECT_EQ(phone.status, 1);
     ASSERT_GE(phone.lines.size(), 37u) << phone.log;
     std::vector<std::string> calls(phone.lines.begin(), phone.lines.begin() + 13);
@@ -121,9 +136,9 @@ TEST_F(ConsoleTest, ScriptDrivesEveryCommand) {
 }
 
 TEST_F(ConsoleTest, NextStartRestoresSavedCalibration) {
-    PhoneRun first = run(
-            "saveCalibrationData motor i32:1,-2,3,0,0,7\n"
-            "saveCalibrationData magcover hex:3031323334353637\n");
+    PhoneRun first =
+            run("saveCalibrationData motor i32:1,-2,3,0,0,7\n"
+                "saveCalibrationData magcover hex:3031323334353637\n");
     EXPECT_THAT(first.lines, ElementsAre("true", "true"));  // then the end of the input
 
     PhoneRun second = run("miscReadNodeFile 0 360\nregions\n");

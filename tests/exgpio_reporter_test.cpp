@@ -1,3 +1,19 @@
+/*
+ * Copyright (C) 2026 Zenth
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
 // The expander GPIO health reporter: remembers the i2c and rs counts and sends atom 100272
 // when they changed since the last start.
 
@@ -94,17 +110,47 @@ struct ChangeCase {
 };
 
 const ChangeCase kChangeCases[] = {
-        {"RsChanged", field("i2c:3") + field("rs:2") + field("pw:7"), "pi2c:3", "prs:1",
-         {"100272 'EXG lead' 3 2 7"}, 0, "pi2c:3", "prs:2"},
-        {"OnlyPwChanged", field("i2c:3") + field("rs:1") + field("pw:9"), "pi2c:3", "prs:1", {}, 0,
-         "pi2c:3", "prs:1"},
-        {"FirstStart", field("i2c:3") + field("rs:0") + field("pw:0"), "", "",
-         {"100272 'EXG lead' 3 0 0"}, 2, "pi2c:3", "prs:0"},
-        {"FirstStartWithoutFaults", field("i2c:0") + field("rs:0") + field("pw:4"), "", "", {}, 2,
-         "pi2c:0", "prs:0"},
+        {"RsChanged",
+         field("i2c:3") + field("rs:2") + field("pw:7"),
+         "pi2c:3",
+         "prs:1",
+         {"100272 'EXG lead' 3 2 7"},
+         0,
+         "pi2c:3",
+         "prs:2"},
+        {"OnlyPwChanged",
+         field("i2c:3") + field("rs:1") + field("pw:9"),
+         "pi2c:3",
+         "prs:1",
+         {},
+         0,
+         "pi2c:3",
+         "prs:1"},
+        {"FirstStart",
+         field("i2c:3") + field("rs:0") + field("pw:0"),
+         "",
+         "",
+         {"100272 'EXG lead' 3 0 0"},
+         2,
+         "pi2c:3",
+         "prs:0"},
+        {"FirstStartWithoutFaults",
+         field("i2c:0") + field("rs:0") + field("pw:4"),
+         "",
+         "",
+         {},
+         2,
+         "pi2c:0",
+         "prs:0"},
         // A malformed current count counts as 0 and is remembered as such.
-        {"MalformedCount", field("i2c3") + field("rs:1") + field("pw:1"), "pi2c:3", "prs:1",
-         {"100272 'EXG lead' 0 1 1"}, 1, "pi2c:0", "prs:1"},
+        {"MalformedCount",
+         field("i2c3") + field("rs:1") + field("pw:1"),
+         "pi2c:3",
+         "prs:1",
+         {"100272 'EXG lead' 0 1 1"},
+         1,
+         "pi2c:0",
+         "prs:1"},
 };
 
 class ExgpioChangeTest : public ExgpioReporterTest,
@@ -132,7 +178,11 @@ TEST_F(ExgpioReporterTest, BytesAfterTheNewTextKeepWhatWasRead) {
 
     run();
 
-    expectPrevious(kEmmcArea, std::string("pi2c:7\0" "3", 8), "prs:1");
+    expectPrevious(kEmmcArea,
+                   std::string("pi2c:7\0"
+                               "3",
+                               8),
+                   "prs:1");
 }
 
 struct ServiceCase {
@@ -143,9 +193,11 @@ struct ServiceCase {
 
 const std::string kFields = "E exgpio: EXG lead i2c:3 rs:1 pw:7 pi2c:0 prs:0\n";
 const ServiceCase kServiceCases[] = {
-        {"NotDeclared", Service::NotDeclared,
+        {"NotDeclared",
+         Service::NotDeclared,
          {kStart, "E Stats service is not registered.", kFields, kUnchanged}},
-        {"Refusing", Service::Failing,
+        {"Refusing",
+         Service::Failing,
          {kStart, kFields, kSend, "E Unable to report exgpio info to Stats service"}},
 };
 

@@ -1,3 +1,19 @@
+/*
+ * Copyright (C) 2026 Zenth
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
 // The fan probe: the fan variant from the hardware id of the reserve partition, and the
 // RPM table handed to the driver.
 
@@ -51,15 +67,15 @@ std::vector<Message> readId(const std::string& shown, const std::vector<Message>
 }
 
 const IdCase kIdCases[] = {
-    {"Variant0001", "473918000001", readId("473918000001", kSetZero), "0"},
-    {"Variant0005", "473918000005", readId("473918000005", kSetZero), "0"},
-    {"Variant0003", "473918000003", readId("473918000003", kSetOne), "1"},
-    {"Variant0004", "473918000004", readId("473918000004", kSetOne), "1"},
-    {"UnknownEnding", "473918000002", readId("473918000002", {debug("invalid data")}), "x"},
-    {"OtherPrefix", "573918000001", readId("573918000001", {debug("invalid data")}), "x"},
-    {"LowerBytesDiffer", "473918100001", readId("473918100001", {debug("invalid data")}), "x"},
-    {"PrefixOnly", "47391800", readId("47391800", {debug("invalid data")}), "x"},
-    {"Blank", "", readId("", {debug("invalid data")}), "x"},
+        {"Variant0001", "473918000001", readId("473918000001", kSetZero), "0"},
+        {"Variant0005", "473918000005", readId("473918000005", kSetZero), "0"},
+        {"Variant0003", "473918000003", readId("473918000003", kSetOne), "1"},
+        {"Variant0004", "473918000004", readId("473918000004", kSetOne), "1"},
+        {"UnknownEnding", "473918000002", readId("473918000002", {debug("invalid data")}), "x"},
+        {"OtherPrefix", "573918000001", readId("573918000001", {debug("invalid data")}), "x"},
+        {"LowerBytesDiffer", "473918100001", readId("473918100001", {debug("invalid data")}), "x"},
+        {"PrefixOnly", "47391800", readId("47391800", {debug("invalid data")}), "x"},
+        {"Blank", "", readId("", {debug("invalid data")}), "x"},
 };
 
 class FanIdTest : public FanProbeTest, public ::testing::WithParamInterface<IdCase> {};
@@ -78,8 +94,7 @@ TEST_P(FanIdTest, SelectsTheDeviceIdFromTheHardwareId) {
     EXPECT_EQ(readFile(kDeviceIdNode), c.deviceId);
 }
 
-INSTANTIATE_TEST_SUITE_P(HardwareIds, FanIdTest, ::testing::ValuesIn(kIdCases),
-                         CaseName());
+INSTANTIATE_TEST_SUITE_P(HardwareIds, FanIdTest, ::testing::ValuesIn(kIdCases), CaseName());
 
 // A different variant and table in the other storage kind's region show which one is read;
 // the service object's flags claim the opposite storage, and the probe must not use them.
@@ -101,8 +116,8 @@ TEST_P(FanRegionTest, ReadsTheRegionOfTheStorageKindAndWritesNoPartitionByte) {
 
     std::vector<Message> log = probe();
 
-    EXPECT_EQ(log.front(), debug(std::string("gIsReserveIntegrate=1, gIsEmmcStorage=") +
-                                 (ufs ? "0" : "1")));
+    EXPECT_EQ(log.front(),
+              debug(std::string("gIsReserveIntegrate=1, gIsEmmcStorage=") + (ufs ? "0" : "1")));
     EXPECT_EQ(readFile(kDeviceIdNode), "1");
     EXPECT_EQ(readFile(kRpmTableNode), "1000,2000");
     expectPartitionUnchangedExcept();
@@ -119,11 +134,11 @@ struct RpmCase {
 };
 
 const RpmCase kRpmCases[] = {
-    {"EndsAtFirstZero", std::string("3000,4000\0garbage", 17), "3000,4000", "3000,4000"},
-    // The byte after the 128 is not part of the table.
-    {"FullLengthWithoutZero", std::string(128, 'r') + "OVER", std::string(128, 'r'),
-     std::string(128, 'r')},
-    {"StartsWithZero", std::string("\0rest", 5), "", "keep"},
+        {"EndsAtFirstZero", std::string("3000,4000\0garbage", 17), "3000,4000", "3000,4000"},
+        // The byte after the 128 is not part of the table.
+        {"FullLengthWithoutZero", std::string(128, 'r') + "OVER", std::string(128, 'r'),
+         std::string(128, 'r')},
+        {"StartsWithZero", std::string("\0rest", 5), "", "keep"},
 };
 
 class FanRpmTableTest : public FanProbeTest, public ::testing::WithParamInterface<RpmCase> {};
@@ -135,15 +150,14 @@ TEST_P(FanRpmTableTest, WritesTheTextUpToItsEnd) {
     writeFile(kRpmTableNode, "keep");
 
     std::vector<Message> expected = {
-        debug("gIsReserveIntegrate=1, gIsEmmcStorage=1"), debug("fan device_id support = 0"),
-        debug("fan rpm_table support = 1"), debug("read fan rpm table info = " + c.shown),
-        debug("write " + std::to_string(c.shown.size()) + " bytes")};
+            debug("gIsReserveIntegrate=1, gIsEmmcStorage=1"), debug("fan device_id support = 0"),
+            debug("fan rpm_table support = 1"), debug("read fan rpm table info = " + c.shown),
+            debug("write " + std::to_string(c.shown.size()) + " bytes")};
     EXPECT_EQ(probe(), expected);
     EXPECT_EQ(readFile(kRpmTableNode), c.node);
 }
 
-INSTANTIATE_TEST_SUITE_P(Tables, FanRpmTableTest, ::testing::ValuesIn(kRpmCases),
-                         CaseName());
+INSTANTIATE_TEST_SUITE_P(Tables, FanRpmTableTest, ::testing::ValuesIn(kRpmCases), CaseName());
 
 struct PresenceCase {
     const char* name;
@@ -154,12 +168,18 @@ struct PresenceCase {
 };
 
 const PresenceCase kPresenceCases[] = {
-    {"NodesWithoutReserve", false, true, true,
-     {debug("gIsReserveIntegrate=0, gIsEmmcStorage=1"), debug("fan device_id support = 1"),
-      debug("fan rpm_table support = 1")}},
-    {"ReserveWithoutNodes", true, false, false,
-     {debug("gIsReserveIntegrate=1, gIsEmmcStorage=1"), debug("fan device_id support = 0"),
-      debug("fan rpm_table support = 0")}},
+        {"NodesWithoutReserve",
+         false,
+         true,
+         true,
+         {debug("gIsReserveIntegrate=0, gIsEmmcStorage=1"), debug("fan device_id support = 1"),
+          debug("fan rpm_table support = 1")}},
+        {"ReserveWithoutNodes",
+         true,
+         false,
+         false,
+         {debug("gIsReserveIntegrate=1, gIsEmmcStorage=1"), debug("fan device_id support = 0"),
+          debug("fan rpm_table support = 0")}},
 };
 
 class FanPresenceTest : public FanProbeTest, public ::testing::WithParamInterface<PresenceCase> {};
@@ -181,7 +201,6 @@ TEST_P(FanPresenceTest, EachStepRunsOnlyWithItsNodeAndTheReserve) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Presence, FanPresenceTest, ::testing::ValuesIn(kPresenceCases),
-                         CaseName());
+INSTANTIATE_TEST_SUITE_P(Presence, FanPresenceTest, ::testing::ValuesIn(kPresenceCases), CaseName());
 
 }  // namespace

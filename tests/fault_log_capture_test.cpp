@@ -1,3 +1,19 @@
+/*
+ * Copyright (C) 2026 Zenth
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
 #include <errno.h>
 #include <sys/stat.h>
 #include <time.h>
@@ -166,8 +182,7 @@ TEST_F(FaultLogCaptureTest, UnopenableDumpSavesNothingAndSkipsRetention) {
     ASSERT_EQ(failures.size(), 1u);
     EXPECT_TRUE(std::regex_match(
             failures[0],
-            std::regex(
-                    R"(\d{8}_\d{6}_\d{3}_exception_3_hard_rest_err\.log: Permission denied\n)")));
+            std::regex(R"(\d{8}_\d{6}_\d{3}_exception_3_hard_rest_err\.log: Permission denied\n)")));
     EXPECT_TRUE(kernel_log::calls().empty());
     EXPECT_EQ(gExceptionWindowBudget[1], 1);  // the allowed capture opened its window all the same
 }

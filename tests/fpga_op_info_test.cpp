@@ -1,3 +1,19 @@
+/*
+ * Copyright (C) 2026 Zenth
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
 // The FPGA records of the reserve partition: fault counts and code, the node-288 view and
 // the enable-info area of node 289.
 
@@ -75,9 +91,14 @@ INSTANTIATE_TEST_SUITE_P(
                 CountCase{"SaturatedStays", 3, kHrField, "hr:99999999999", "hr:99999999999"},
                 CountCase{"AboveLimitClamps", 2, kSrField, "sr:123456789012", "sr:99999999999"},
                 CountCase{"NegativeResetsKeepingTail", 1, kI2cField, "i2c:-1234",
-                          std::string("i2c:0\0" "234", 9)},
+                          std::string("i2c:0\0"
+                                      "234",
+                                      9)},
                 CountCase{"NoDigits", 3, kHrField, "hr:x", "hr:1"},
-                CountCase{"BlankAndSign", 2, kSrField, "sr: +41", std::string("sr:42\0" "1", 7)},
+                CountCase{"BlankAndSign", 2, kSrField, "sr: +41",
+                          std::string("sr:42\0"
+                                      "1",
+                                      7)},
                 CountCase{"BlankField", 3, kHrField, "", std::string(3, '\0') + "1"}),
         byName);
 
@@ -106,15 +127,14 @@ TEST_P(FaultCodeTest, StoresCodeBigEndianWithoutTag) {
 
 INSTANTIATE_TEST_SUITE_P(
         Tagged, FaultCodeTest,
-        ::testing::Values(
-                CodeCase{"Small", 0xAA80000000001234, bytes({0, 0, 0, 0, 0, 0x12, 0x34})},
-                CodeCase{"Widest", 0xAAFFFFFFFFFFFFFF, kWidestCode},
-                CodeCase{"Zero", 0xAA80000000000000, std::string(7, '\0')}),
+        ::testing::Values(CodeCase{"Small", 0xAA80000000001234, bytes({0, 0, 0, 0, 0, 0x12, 0x34})},
+                          CodeCase{"Widest", 0xAAFFFFFFFFFFFFFF, kWidestCode},
+                          CodeCase{"Zero", 0xAA80000000000000, std::string(7, '\0')}),
         byName);
 
 TEST_F(FpgaOpInfoTest, RejectedValuesLeaveThePartitionAlone) {
-    for (unsigned long value : {0UL, 4UL, 5UL, 6UL, 0x8000000000000000UL, 0xAA00000000000001UL,
-                                0xAB80000000000000UL}) {
+    for (unsigned long value :
+         {0UL, 4UL, 5UL, 6UL, 0x8000000000000000UL, 0xAA00000000000001UL, 0xAB80000000000000UL}) {
         SCOPED_TRACE(value);
         clearLog();
         EXPECT_EQ(misc::fpgaOpWrite(value), -1);
@@ -177,11 +197,10 @@ TEST_P(OpInfoViewTest, CodeBecomesTextAfterTheShift) {
 
 INSTANTIATE_TEST_SUITE_P(
         Codes, OpInfoViewTest,
-        ::testing::Values(
-                ViewCase{"Short", bytes({0, 0, 0, 0, 0, 0x12, 0x34}), "1234"},
-                ViewCase{"Zero", std::string(7, '\0'), "0"},
-                ViewCase{"SevenDigits", bytes({0, 0, 0, 1, 2, 3, 4}), "1020304"},
-                ViewCase{"Widest", kWidestCode, "7fffffffffffff"}),
+        ::testing::Values(ViewCase{"Short", bytes({0, 0, 0, 0, 0, 0x12, 0x34}), "1234"},
+                          ViewCase{"Zero", std::string(7, '\0'), "0"},
+                          ViewCase{"SevenDigits", bytes({0, 0, 0, 1, 2, 3, 4}), "1020304"},
+                          ViewCase{"Widest", kWidestCode, "7fffffffffffff"}),
         byName);
 
 // ---- Enable-info writes ----
@@ -202,8 +221,7 @@ TEST_P(EnableWriteTest, WritesHeaderAndChosenField) {
     if (c.target == 0) {
         EXPECT_EQ(result, -1);
         EXPECT_EQ(count(ANDROID_LOG_ERROR, defaultTag(),
-                        "writeFpgaOpInfo info = " + c.info.substr(0, 16) +
-                                " has neither sr nor hr"),
+                        "writeFpgaOpInfo info = " + c.info.substr(0, 16) + " has neither sr nor hr"),
                   1u);
         expectPartitionUnchangedExcept();
         return;

@@ -1,3 +1,19 @@
+/*
+ * Copyright (C) 2026 Zenth
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
 // The FPGA health reporter: one delayed pass that sends atom 100196 and resets the reboot count.
 
 #include <gtest/gtest.h>
@@ -125,12 +141,15 @@ struct ServiceCase {
 
 const std::string kFields = "E FPGA-7 up:1 rb:3 i2c:4 sr:0 hr:2 ec:5 bf:0\n";
 const ServiceCase kServiceCases[] = {
-        {"NotDeclared", Service::NotDeclared,
-         {kStart, "E Stats service is not registered.", kFields, kNoService, kReset}, 0},
-        {"NotRunning", Service::DeclaredNotRunning,
-         {kStart, kFields, kNoService, kReset}, 0},
-        {"Refusing", Service::Failing,
-         {kStart, kFields, kSend, "E Unable to report fpga info to Stats service", kReset}, 1},
+        {"NotDeclared",
+         Service::NotDeclared,
+         {kStart, "E Stats service is not registered.", kFields, kNoService, kReset},
+         0},
+        {"NotRunning", Service::DeclaredNotRunning, {kStart, kFields, kNoService, kReset}, 0},
+        {"Refusing",
+         Service::Failing,
+         {kStart, kFields, kSend, "E Unable to report fpga info to Stats service", kReset},
+         1},
 };
 
 class FpgaServiceTest : public FpgaReporterTest,
@@ -160,8 +179,9 @@ TEST_F(FpgaReporterTest, UnreadableBlockSendsZerosAndStillWritesBack) {
 
     run();
 
-    std::filesystem::permissions(hostPath(kReservePartition), std::filesystem::perms::owner_read |
-                                                                      std::filesystem::perms::owner_write);
+    std::filesystem::permissions(
+            hostPath(kReservePartition),
+            std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
     EXPECT_EQ(describedAtoms(), Strings{"100196 '' 0 0 0 0 0 0 0"});
     EXPECT_EQ(reporterMessages(),
               (Strings{kStart, "E getMessage readInterface /dev/block/by-name/zenthreserve1 error",

@@ -1,3 +1,19 @@
+/*
+ * Copyright (C) 2026 Zenth
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
 // The positioned single read and write that every node and partition access goes through.
 
 #include <android/log.h>
@@ -93,14 +109,20 @@ struct ReadCase {
 };
 
 const ReadCase kReadCases[] = {
-    {"ContentShorterThanLength", {Setup::File, "abc"}, 0, 8, 3, "abc", {}},
-    {"FromOffset", {Setup::File, "0123456789"}, 4, 3, 3, "456", {}},
-    {"NulInsideContent", {Setup::File, std::string("a\0b", 3)}, 0, 8, 3, std::string("a\0b", 3), {}},
-    {"OffsetPastEnd", {Setup::File, "abc"}, 100, 8, 0, "", {}},
-    {"Directory", {Setup::Directory, ""}, 0, 8, -1, "", {"read no content! size:-1"}},
-    {"Missing", {Setup::Missing, ""}, 0, 8, -1, "", {openFailure(kMissingNode, ENOENT)}},
-    {"NotReadable", {Setup::WriteOnlyFile, "abc"}, 0, 8, -1, "", {openFailure(kNode, EACCES)}},
-    {"NegativeOffset", {Setup::File, "abc"}, -1, 8, -1, "", {"read failed! size:-1"}},
+        {"ContentShorterThanLength", {Setup::File, "abc"}, 0, 8, 3, "abc", {}},
+        {"FromOffset", {Setup::File, "0123456789"}, 4, 3, 3, "456", {}},
+        {"NulInsideContent",
+         {Setup::File, std::string("a\0b", 3)},
+         0,
+         8,
+         3,
+         std::string("a\0b", 3),
+         {}},
+        {"OffsetPastEnd", {Setup::File, "abc"}, 100, 8, 0, "", {}},
+        {"Directory", {Setup::Directory, ""}, 0, 8, -1, "", {"read no content! size:-1"}},
+        {"Missing", {Setup::Missing, ""}, 0, 8, -1, "", {openFailure(kMissingNode, ENOENT)}},
+        {"NotReadable", {Setup::WriteOnlyFile, "abc"}, 0, 8, -1, "", {openFailure(kNode, EACCES)}},
+        {"NegativeOffset", {Setup::File, "abc"}, -1, 8, -1, "", {"read failed! size:-1"}},
 };
 
 class ReadInterfaceTest : public NodeInterfaceTest,
@@ -135,17 +157,56 @@ struct WriteCase {
 };
 
 const WriteCase kWriteCases[] = {
-    {"OverwritesWithoutTruncating", {Setup::File, "0ello"}, 0, "1", 1, "1ello", {"write 1 bytes"}, true},
-    {"AtOffset", {Setup::File, "hello"}, 3, "LO", 2, "helLO", {"write 2 bytes"}, true},
-    {"NulInsideData", {Setup::File, "xxxxx"}, 0, std::string("a\0b", 3), 3,
-     std::string("a\0bxx", 5), {"write 3 bytes"}, true},
-    {"ZeroBytes", {Setup::File, "hello"}, 0, "", 0, "hello", {"write 0 bytes"}, true},
-    {"MissingIsNotCreated", {Setup::Missing, ""}, 0, "1", -1, std::nullopt,
-     {openFailure(kMissingNode, ENOENT)}, false},
-    {"ReadOnly", {Setup::ReadOnlyFile, "hello"}, 0, "1", -1, "hello",
-     {openFailure(kNode, EACCES)}, false},
-    {"NegativeOffset", {Setup::File, "hello"}, -1, "1", -1, "hello", {"lseek failed! size:-1"}, false},
-    {"WriteFails", {Setup::FullDevice, ""}, 0, "1", -1, std::nullopt, {"write failed! size:-1"}, false},
+        {"OverwritesWithoutTruncating",
+         {Setup::File, "0ello"},
+         0,
+         "1",
+         1,
+         "1ello",
+         {"write 1 bytes"},
+         true},
+        {"AtOffset", {Setup::File, "hello"}, 3, "LO", 2, "helLO", {"write 2 bytes"}, true},
+        {"NulInsideData",
+         {Setup::File, "xxxxx"},
+         0,
+         std::string("a\0b", 3),
+         3,
+         std::string("a\0bxx", 5),
+         {"write 3 bytes"},
+         true},
+        {"ZeroBytes", {Setup::File, "hello"}, 0, "", 0, "hello", {"write 0 bytes"}, true},
+        {"MissingIsNotCreated",
+         {Setup::Missing, ""},
+         0,
+         "1",
+         -1,
+         std::nullopt,
+         {openFailure(kMissingNode, ENOENT)},
+         false},
+        {"ReadOnly",
+         {Setup::ReadOnlyFile, "hello"},
+         0,
+         "1",
+         -1,
+         "hello",
+         {openFailure(kNode, EACCES)},
+         false},
+        {"NegativeOffset",
+         {Setup::File, "hello"},
+         -1,
+         "1",
+         -1,
+         "hello",
+         {"lseek failed! size:-1"},
+         false},
+        {"WriteFails",
+         {Setup::FullDevice, ""},
+         0,
+         "1",
+         -1,
+         std::nullopt,
+         {"write failed! size:-1"},
+         false},
 };
 
 class WriteInterfaceTest : public NodeInterfaceTest,

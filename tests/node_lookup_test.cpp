@@ -1,3 +1,19 @@
+/*
+ * Copyright (C) 2026 Zenth
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
 // The node table, its lookup and the support query.
 
 #include <set>
@@ -65,8 +81,8 @@ TEST(NodeTableTest, InstancePathsAppendTheDeviceIdAndKeepTheRowLength) {
             {0, 146, "/proc/cs_press/health_info", 20480},
             {1, 40, "/proc/colorctrl/color_ctrl1", 256},
             {-3, 400, "/sys/class/leds/fan/speed-3", 256},
-            {INT32_MIN, 123, "/mnt/vendor/persist/engineermode/tri_state_hall_calib_flag-2147483648",
-             256},
+            {INT32_MIN, 123,
+             "/mnt/vendor/persist/engineermode/tri_state_hall_calib_flag-2147483648", 256},
             {7, 289, "/dev/block/by-name/zenthreserve17", 32},
     };
     for (const Case& c : cases) {
@@ -100,12 +116,11 @@ TEST_F(SupportQueryTest, AnswersFromTheResolvedPathsExistence) {
         int32_t answer;
     };
     const Case cases[] = {
-            {0, 40, -1},   // only the instance node exists
-            {1, 40, 1},    {2, 40, -1},  {-3, 400, 1}, {3, 400, -1},
-            {0, 82, 1},    // a directory counts
-            {0, 123, -1},  // no calibration saved yet
-            {0, 288, 1},   {0, 289, 1},
-            {0, 280, 1},   // existence only, whatever the permissions
+            {0, 40, -1},  // only the instance node exists
+            {1, 40, 1},   {2, 40, -1}, {-3, 400, 1},
+            {3, 400, -1}, {0, 82, 1},                // a directory counts
+            {0, 123, -1},                            // no calibration saved yet
+            {0, 288, 1},  {0, 289, 1}, {0, 280, 1},  // existence only, whatever the permissions
     };
     for (const Case& c : cases) {
         clearLog();

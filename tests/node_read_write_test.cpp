@@ -1,3 +1,19 @@
+/*
+ * Copyright (C) 2026 Zenth
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
 // Interface reads and writes of nodes: ordinary rows through the node primitives, the
 // reserve-partition rows 288 and 289 through the FPGA records.
 
@@ -75,16 +91,15 @@ TEST_P(NodeReadTest, ReturnsTextUpToNulAndWithinTheBuffer) {
 
 INSTANTIATE_TEST_SUITE_P(
         Rows, NodeReadTest,
-        ::testing::Values(
-                ReadCase{"NewlineKept", 0, 185, kBrightness, "1\n", "1\n"},
-                ReadCase{"StopsAtNul", 0, 40, "/proc/colorctrl/color_ctrl",
-                         std::string("ab\0cd", 5), "ab"},
-                ReadCase{"Instance", 7, 400, kFanSpeed + "7", "3000", "3000"},
-                ReadCase{"InstanceMissing", 5, 185, kBrightness, "1", ""},
-                ReadCase{"FullBuffer", 0, 185, kBrightness, std::string(300, 'x'),
-                         std::string(256, 'x')},
-                ReadCase{"FullLargeBuffer", 0, 146, "/proc/cs_press/health_info",
-                         std::string(20490, 'h'), std::string(20480, 'h')}),
+        ::testing::Values(ReadCase{"NewlineKept", 0, 185, kBrightness, "1\n", "1\n"},
+                          ReadCase{"StopsAtNul", 0, 40, "/proc/colorctrl/color_ctrl",
+                                   std::string("ab\0cd", 5), "ab"},
+                          ReadCase{"Instance", 7, 400, kFanSpeed + "7", "3000", "3000"},
+                          ReadCase{"InstanceMissing", 5, 185, kBrightness, "1", ""},
+                          ReadCase{"FullBuffer", 0, 185, kBrightness, std::string(300, 'x'),
+                                   std::string(256, 'x')},
+                          ReadCase{"FullLargeBuffer", 0, 146, "/proc/cs_press/health_info",
+                                   std::string(20490, 'h'), std::string(20480, 'h')}),
         byName);
 
 TEST_F(NodeReadWriteTest, FailedReadsGiveEmptyText) {
@@ -119,12 +134,16 @@ TEST_P(EnableInfoReadTest, KeepsOnlyPrintableCharacters) {
     EXPECT_TRUE(isDefaultTag(lines().at(ctor).tag));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-        Records, EnableInfoReadTest,
-        ::testing::Values(RecordCase{"Letters", std::string("ab\0\0", 4), "ab"},
-                          RecordCase{"Filtered", "a b\nc\xff" "d\x7f\x01" "e", "abcde"},
-                          RecordCase{"FullBuffer", std::string(40, 'Q'), std::string(32, 'Q')}),
-        byName);
+INSTANTIATE_TEST_SUITE_P(Records, EnableInfoReadTest,
+                         ::testing::Values(RecordCase{"Letters", std::string("ab\0\0", 4), "ab"},
+                                           RecordCase{"Filtered",
+                                                      "a b\nc\xff"
+                                                      "d\x7f\x01"
+                                                      "e",
+                                                      "abcde"},
+                                           RecordCase{"FullBuffer", std::string(40, 'Q'),
+                                                      std::string(32, 'Q')}),
+                         byName);
 
 TEST_F(NodeReadWriteTest, OpInfoViewShowsCodeAsText) {
     createReservePartition();
@@ -170,16 +189,16 @@ TEST_P(NodeWriteTest, WritesTextUpToNulWithoutTruncating) {
 
 INSTANTIATE_TEST_SUITE_P(
         Rows, NodeWriteTest,
-        ::testing::Values(
-                WriteCase{"NulInMiddle", 0, 185, kBrightness, "", std::string("ab\0cd", 5), 2,
-                          "ab"},
-                WriteCase{"OnlyNul", 0, 185, kBrightness, "old", std::string(1, '\0'), 0, "old"},
-                WriteCase{"NoTruncate", 0, 123,
-                          "/mnt/vendor/persist/engineermode/tri_state_hall_calib_flag", "11", "0",
-                          1, "01"},
-                WriteCase{"BeyondMaxLen", 0, 185, kBrightness, "", std::string(300, '7'), 300,
-                          std::string(300, '7')},
-                WriteCase{"Instance", 4, 400, kFanSpeed + "4", "", "2", 1, "2"}),
+        ::testing::Values(WriteCase{"NulInMiddle", 0, 185, kBrightness, "",
+                                    std::string("ab\0cd", 5), 2, "ab"},
+                          WriteCase{"OnlyNul", 0, 185, kBrightness, "old", std::string(1, '\0'), 0,
+                                    "old"},
+                          WriteCase{"NoTruncate", 0, 123,
+                                    "/mnt/vendor/persist/engineermode/tri_state_hall_calib_flag",
+                                    "11", "0", 1, "01"},
+                          WriteCase{"BeyondMaxLen", 0, 185, kBrightness, "", std::string(300, '7'),
+                                    300, std::string(300, '7')},
+                          WriteCase{"Instance", 4, 400, kFanSpeed + "4", "", "2", 1, "2"}),
         byName);
 
 TEST_F(NodeReadWriteTest, FailedWritesGiveMinusOne) {

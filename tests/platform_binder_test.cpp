@@ -1,3 +1,19 @@
+/*
+ * Copyright (C) 2026 Zenth
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
 // The in-process binder platform: binder identity and lifetime, service manager, status objects.
 
 #include <android/binder_manager.h>
@@ -30,8 +46,7 @@ class Misc : public BnZenthMisc {
     ndk::ScopedAStatus initialize(ZenthMiscStatus*) override { return ok(); }
     ndk::ScopedAStatus isMiscNodeSupport(int32_t, int32_t, int32_t*) override { return ok(); }
     ndk::ScopedAStatus miscReadNodeFile(int32_t, int32_t, std::string*) override { return ok(); }
-    ndk::ScopedAStatus miscWriteNodeFile(int32_t, int32_t, const std::string&,
-                                         int32_t*) override {
+    ndk::ScopedAStatus miscWriteNodeFile(int32_t, int32_t, const std::string&, int32_t*) override {
         return ok();
     }
     ndk::ScopedAStatus saveCalibrationData(int32_t, const std::vector<uint8_t>&, int32_t,

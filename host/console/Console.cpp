@@ -1,3 +1,19 @@
+/*
+ * Copyright (C) 2026 Zenth
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
 #include "Console.h"
 
 #include <android/binder_manager.h>
@@ -56,7 +72,8 @@ std::shared_ptr<::aidl::vendor::zenth::hardware::misc::IZenthMisc> waitForServic
 }
 
 const char* const kHelpNotes =
-        "Texts take the escapes \\n \\t \\r \\s (blank) \\0 \\\\ \\xNN; results print them the same way.\n"
+        "Texts take the escapes \\n \\t \\r \\s (blank) \\0 \\\\ \\xNN; results print them the "
+        "same way.\n"
         "Calibration data: hex:0a1b.. | i32:1,-2,3 (little-endian int32) | text.\n"
         "Calibration types: motor (1000030, 24 bytes), tri (1000104), magcover (1000200).\n";
 
@@ -83,8 +100,9 @@ const std::vector<Console::Command>& Console::commands() {
              &Console::miscWriteNodeFile},
             {"saveCalibrationData", "<type> <data> [length]",
              "store calibration data, print true or false", 2, 3, &Console::saveCalibrationData},
-            {"fault", "<value>", "raise an FPGA fault (2, 3, 5, 0xaa8000000000abcd), wait till handled",
-             1, 1, &Console::fault},
+            {"fault", "<value>",
+             "raise an FPGA fault (2, 3, 5, 0xaa8000000000abcd), wait till handled", 1, 1,
+             &Console::fault},
             {"faultlogs", "", "list the saved fault logs", 0, 0, &Console::faultLogs},
             {"regions", "", "print the reserve partition's records", 0, 0, &Console::regions},
             {"help", "", "show this list", 0, 0, &Console::help},

@@ -1,3 +1,19 @@
+/*
+ * Copyright (C) 2026 Zenth
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
 #include "ConsoleText.h"
 
 #include <cerrno>
@@ -59,10 +75,18 @@ std::string escapeText(const std::string& bytes) {
     std::string text;
     for (unsigned char c : bytes) {
         switch (c) {
-            case '\\': text += "\\\\"; break;
-            case '\n': text += "\\n"; break;
-            case '\t': text += "\\t"; break;
-            case '\r': text += "\\r"; break;
+            case '\\':
+                text += "\\\\";
+                break;
+            case '\n':
+                text += "\\n";
+                break;
+            case '\t':
+                text += "\\t";
+                break;
+            case '\r':
+                text += "\\r";
+                break;
             default:
                 if (c >= 0x20 && c < 0x7F) {
                     text += static_cast<char>(c);
@@ -85,12 +109,24 @@ bool unescapeText(const std::string& text, std::string* bytes, std::string* erro
         }
         char kind = i + 1 < text.size() ? text[++i] : '\0';
         switch (kind) {
-            case '\\': *bytes += '\\'; break;
-            case 'n': *bytes += '\n'; break;
-            case 't': *bytes += '\t'; break;
-            case 'r': *bytes += '\r'; break;
-            case 's': *bytes += ' '; break;
-            case '0': *bytes += '\0'; break;
+            case '\\':
+                *bytes += '\\';
+                break;
+            case 'n':
+                *bytes += '\n';
+                break;
+            case 't':
+                *bytes += '\t';
+                break;
+            case 'r':
+                *bytes += '\r';
+                break;
+            case 's':
+                *bytes += ' ';
+                break;
+            case '0':
+                *bytes += '\0';
+                break;
             case 'x': {
                 int high = i + 1 < text.size() ? hexDigit(text[i + 1]) : -1;
                 int low = i + 2 < text.size() ? hexDigit(text[i + 2]) : -1;
@@ -103,7 +139,8 @@ bool unescapeText(const std::string& text, std::string* bytes, std::string* erro
                 break;
             }
             default:
-                *error = std::string("unknown escape \\") + (kind == '\0' ? "" : std::string(1, kind));
+                *error = std::string("unknown escape \\") +
+                         (kind == '\0' ? "" : std::string(1, kind));
                 return false;
         }
     }

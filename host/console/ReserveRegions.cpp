@@ -1,3 +1,19 @@
+/*
+ * Copyright (C) 2026 Zenth
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
 #include "ReserveRegions.h"
 
 #include <cinttypes>
@@ -58,7 +74,8 @@ std::string faultCodeField(const std::string& bytes) {
     size_t colon = bytes.find(':');
     if (colon == std::string::npos || colon + kFpgaEcCodeSize >= bytes.size()) return text(bytes);
     uint64_t code = 0;
-    for (size_t i = 1; i <= kFpgaEcCodeSize; ++i) code = (code << 8) | static_cast<uint8_t>(bytes[colon + i]);
+    for (size_t i = 1; i <= kFpgaEcCodeSize; ++i)
+        code = (code << 8) | static_cast<uint8_t>(bytes[colon + i]);
     char hex[24];
     std::snprintf(hex, sizeof(hex), "0x%" PRIx64, code);
     return text(bytes.substr(0, colon + 1)) + hex;
@@ -67,7 +84,8 @@ std::string faultCodeField(const std::string& bytes) {
 void printFields(std::ostream& out, Partition& partition, const char* area, off_t base,
                  size_t count) {
     for (size_t index = 0; index < count; ++index) {
-        std::string bytes = partition.read(base + static_cast<off_t>(index * kFieldSize), kFieldSize);
+        std::string bytes =
+                partition.read(base + static_cast<off_t>(index * kFieldSize), kFieldSize);
         bool code = base == kFpgaOpInfoBlock && index == kFpgaEcField;
         out << area << '.' << index << ' ' << (code ? faultCodeField(bytes) : text(bytes)) << '\n';
     }

@@ -1,3 +1,19 @@
+/*
+ * Copyright (C) 2026 Zenth
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
 #include "SampleDevice.h"
 
 #include <sys/types.h>
@@ -35,17 +51,23 @@ const std::map<std::string, SampleNode>& sampleNodes() {
             {"/proc/colorctrl/temperature", {"27\n", kReadOnly}},
             {"/proc/colorctrl/voltage", {"3312\n", kReadOnly}},
             {"/proc/colorctrl/cover_color", {"2\n", kWritable}},
-            {"/proc/devinfo/audio_mainboard", {"Device version: AMB-02\nDevice manufacture: zenth\n", kReadOnly}},
-            {"/proc/devinfo/distribution", {"Device version: CN\nDevice manufacture: zenth\n", kReadOnly}},
-            {"/proc/devinfo/lcd", {"Device version: AMOLED-6.7\nDevice manufacture: panelco\n", kReadOnly}},
-            {"/proc/devinfo/mainboard", {"Device version: MB-EVT3\nDevice manufacture: zenth\n", kReadOnly}},
-            {"/proc/devinfo/tp", {"Device version: TP-0x1a\nDevice manufacture: touchco\n", kReadOnly}},
+            {"/proc/devinfo/audio_mainboard",
+             {"Device version: AMB-02\nDevice manufacture: zenth\n", kReadOnly}},
+            {"/proc/devinfo/distribution",
+             {"Device version: CN\nDevice manufacture: zenth\n", kReadOnly}},
+            {"/proc/devinfo/lcd",
+             {"Device version: AMOLED-6.7\nDevice manufacture: panelco\n", kReadOnly}},
+            {"/proc/devinfo/mainboard",
+             {"Device version: MB-EVT3\nDevice manufacture: zenth\n", kReadOnly}},
+            {"/proc/devinfo/tp",
+             {"Device version: TP-0x1a\nDevice manufacture: touchco\n", kReadOnly}},
             {"/proc/devinfo/zenth_board_type", {"7\n", kReadOnly}},
             {"/proc/tristatekey/hall_data", {"112,-43,87\n", kReadOnly}},
             {"/proc/tristatekey/hall_data_calib", {"", kWritable}},
             {"/proc/tristatekey/tri_state", {"3\n", kReadOnly}},
             {"/proc/tristatekey/tri_hall", {"1\n", kReadOnly}},
-            {"/proc/tristatekey/dump_register", {"reg[0x00]=0x21 reg[0x01]=0x08 reg[0x02]=0x40\n", kReadOnly}},
+            {"/proc/tristatekey/dump_register",
+             {"reg[0x00]=0x21 reg[0x01]=0x08 reg[0x02]=0x40\n", kReadOnly}},
             {"/proc/tristatekey/hall_debug_info", {"up:112 mid:-43 down:87\n", kReadOnly}},
             {"/sys/class/qcom-haptics/lra_frequency_hz", {"170\n", kReadOnly}},
             {"/sys/class/leds/red/support", {"1\n", kReadOnly}},
@@ -154,14 +176,14 @@ std::string int32le(const std::vector<int32_t>& values) {
 std::string fpgaOpInfoBlock() {
     // "ec:" then the last fault code, 7 raw bytes big-endian.
     std::string ec = std::string("ec:") + std::string("\0\0\0\0\0\x12\x34", kFpgaEcCodeSize);
-    return field("fpga_op_info") + field("up:37") + field("rb:4") + field("i2c:1") +
-           field("sr:2") + field("hr:0") + field(ec) + field("bf:0");
+    return field("fpga_op_info") + field("up:37") + field("rb:4") + field("i2c:1") + field("sr:2") +
+           field("hr:0") + field(ec) + field("bf:0");
 }
 
 std::string exgpioArea() {
     // i2c and rs differ from the previous counts, so the first start reports them.
-    return field("exgpio_info") + field("i2c:3") + field("rs:1") + field("pw:7") +
-           field("rsv:0") + field("pi2c:2") + field("prs:1");
+    return field("exgpio_info") + field("i2c:3") + field("rs:1") + field("pw:7") + field("rsv:0") +
+           field("pi2c:2") + field("prs:1");
 }
 
 void seedReservePartition(const Seeder& seeder) {
@@ -205,7 +227,8 @@ bool deviceFolderIsEmpty(const std::string& rootFolder) {
 void seedSampleDevice(const std::string& rootFolder) {
     Seeder seeder(rootFolder);
     seedNodeTable(seeder);
-    for (const ExtraFile& extra : extraFiles()) seeder.writeFile(extra.path, extra.content, extra.mode);
+    for (const ExtraFile& extra : extraFiles())
+        seeder.writeFile(extra.path, extra.content, extra.mode);
     seeder.makeDir(kFaultLogParent);
     seedReservePartition(seeder);
 }

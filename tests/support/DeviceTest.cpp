@@ -1,3 +1,19 @@
+/*
+ * Copyright (C) 2026 Zenth
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
 #include "support/DeviceTest.h"
 
 #include <fcntl.h>
@@ -6,8 +22,8 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <filesystem>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <sstream>
@@ -143,7 +159,8 @@ std::string DeviceTest::readPartition(off_t offset, size_t length) const {
 
 void DeviceTest::writePartition(off_t offset, const std::string& bytes) {
     {
-        std::fstream io(hostPath(kReservePartition), std::ios::binary | std::ios::in | std::ios::out);
+        std::fstream io(hostPath(kReservePartition),
+                        std::ios::binary | std::ios::in | std::ios::out);
         io.seekp(offset);
         io.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
         ASSERT_TRUE(io) << "cannot write the reserve partition at " << offset;
@@ -187,12 +204,12 @@ void DeviceTest::expectPartitionUnchangedExcept(std::vector<Range> changed) cons
 bool DeviceTest::waitFor(const std::string& message, size_t times,
                          std::chrono::milliseconds timeout) const {
     return log_->waitFor(
-        [&](const std::vector<LogLine>& lines) {
-            return static_cast<size_t>(std::count_if(lines.begin(), lines.end(), [&](const LogLine& l) {
-                       return l.message == message;
-                   })) >= times;
-        },
-        timeout);
+            [&](const std::vector<LogLine>& lines) {
+                return static_cast<size_t>(std::count_if(
+                               lines.begin(), lines.end(),
+                               [&](const LogLine& l) { return l.message == message; })) >= times;
+            },
+            timeout);
 }
 
 int DeviceTest::openDescriptorCount() {
@@ -204,5 +221,5 @@ int DeviceTest::openDescriptorCount() {
 void DeviceTest::stopFaultWatcher() const {
     emulated::fault_node::injectPollError(EINVAL);
     EXPECT_TRUE(emulated::fault_node::waitUntilClosed(kWait))
-        << "the fault watcher did not close the fault node";
+            << "the fault watcher did not close the fault node";
 }

@@ -1,3 +1,19 @@
+/*
+ * Copyright (C) 2026 Zenth
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
 // The text parsers: counter fields, and fault values through both of their consumers called
 // synchronously, over arbitrary operation records.
 
@@ -11,7 +27,7 @@
 #include <memory>
 #include <string>
 
-#include "BenchDevice.h"
+#include <zenth_host/SeededDevice.h>
 #include "FuzzSupport.h"
 #include "ReservePartition.h"
 #include "StatsClient.h"
@@ -30,15 +46,15 @@ constexpr size_t kMaxDumps = 10;
 constexpr int32_t kUntouched = 0x5eed;
 
 struct Harness {
-    bench::Device device;
+    zenth_host::SeededDevice device;
     std::unique_ptr<fuzz::PartitionWatch> partition;
 
     Harness() {
         device.seedSample();
         device.makeDir("/mnt/vendor/zenthreserve/fpga_save_log");
-        bench::useLogger(bench::Logger::NoOp);
+        zenth_host::useLogger(zenth_host::Logger::NoOp);
         partition =
-            std::make_unique<fuzz::PartitionWatch>(device.hostPath(misc::kReservePartitionPath));
+                std::make_unique<fuzz::PartitionWatch>(device.hostPath(misc::kReservePartitionPath));
     }
 };
 
@@ -57,7 +73,7 @@ void parseField(FuzzedDataProvider& input) {
     int32_t value = kUntouched;
     if (misc::parseCounterField(field.get(), key.c_str(), &value)) {
         fuzz::require(!key.empty() && std::memcmp(field.get(), key.c_str(), key.size()) == 0 &&
-                          field[key.size()] == ':',
+                              field[key.size()] == ':',
                       "a parsed field starts with its key and a colon");
     } else {
         fuzz::require(value == kUntouched, "a failed parse leaves the counter alone");
@@ -78,22 +94,22 @@ uint64_t pickValue(FuzzedDataProvider& input) {
 size_t dumpsKept() {
     std::error_code error;
     auto entries = std::filesystem::directory_iterator(
-        harness().device.hostPath("/mnt/vendor/zenthreserve/fpga_save_log"), error);
+            harness().device.hostPath("/mnt/vendor/zenthreserve/fpga_save_log"), error);
     return error ? 0 : static_cast<size_t>(std::distance(entries, {}));
 }
 
 void faultValue(FuzzedDataProvider& input) {
-    harness().partition->set(bench::kOpRecord, input.ConsumeBytesAsString(kRecordSize));
+    harness().partition->set(zenth_host::kOpRecord, input.ConsumeBytesAsString(kRecordSize));
     const uint64_t value = pickValue(input);
     const bool tagged = (value & kTagMask) == kTag;
     const bool counted = value >= 1 && value <= 3;
-    harness().partition->allow(bench::kOpRecord, kRecordSize);
+    harness().partition->allow(zenth_host::kOpRecord, kRecordSize);
     const int recorded = misc::fpgaOpWrite(value);
     fuzz::require(recorded == (counted || tagged ? 0 : -1),
                   "fpgaOpWrite accepts exactly 1, 2, 3 and tagged values");
     harness().partition->check();
     if (counted) {
-        std::string record = harness().device.readPartition(bench::kOpRecord, kRecordSize);
+        std::string record = harness().device.readPartition(zenth_host::kOpRecord, kRecordSize);
         const char* count = record.c_str() + kCountOffsets[value - 1];
         char* end = nullptr;
         long number = std::strtol(count, &end, 10);

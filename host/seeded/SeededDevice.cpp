@@ -1,4 +1,20 @@
-#include "BenchDevice.h"
+/*
+ * Copyright (C) 2026 Zenth
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
+#include <zenth_host/SeededDevice.h>
 
 #include <android/log.h>
 #include <stdlib.h>
@@ -19,7 +35,7 @@ namespace fs = std::filesystem;
 using aidl::vendor::zenth::hardware::misc::gMiscNodeTable;
 using aidl::vendor::zenth::hardware::misc::kReservePartitionPath;
 
-namespace bench {
+namespace zenth_host {
 
 namespace {
 
@@ -27,7 +43,7 @@ constexpr off_t kFanIdentity = 0x4DF000;
 constexpr off_t kFanRpmTable = kFanIdentity + 64;
 
 // The FPGA operation-info block as the factory formats it: one key per 16-byte field.
-void seedFpgaKeys(const Device& device) {
+void seedFpgaKeys(const SeededDevice& device) {
     static constexpr const char* kFields[] = {"",     "up:0", "rb:0", "i2c:0",
                                               "sr:0", "hr:0", "ec:",  "bf:0"};
     off_t offset = 0x514000;
@@ -46,7 +62,7 @@ void dropLine(const struct __android_logger_data*, const char*) {}
 
 }  // namespace
 
-Device::Device() {
+SeededDevice::SeededDevice() {
     std::string pattern = "/dev/shm/zenth-bench-XXXXXX";
     if (mkdtemp(pattern.data()) == nullptr) {
         std::perror("mkdtemp /dev/shm");
@@ -56,41 +72,41 @@ Device::Device() {
     emulated::setRoot(root_);
 }
 
-Device::~Device() {
+SeededDevice::~SeededDevice() {
     emulated::setRoot("");
     std::error_code ignored;
     fs::remove_all(root_, ignored);
 }
 
-std::string Device::hostPath(const std::string& devicePath) const {
+std::string SeededDevice::hostPath(const std::string& devicePath) const {
     return root_ + (devicePath[0] == '/' ? "" : "/") + devicePath;
 }
 
-void Device::writeFile(const std::string& devicePath, const std::string& bytes) const {
+void SeededDevice::writeFile(const std::string& devicePath, const std::string& bytes) const {
     fs::path path = hostPath(devicePath);
     fs::create_directories(path.parent_path());
     std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
 }
 
-void Device::makeDir(const std::string& devicePath) const {
+void SeededDevice::makeDir(const std::string& devicePath) const {
     fs::create_directories(hostPath(devicePath));
 }
 
-void Device::createReservePartition() const {
+void SeededDevice::createReservePartition() const {
     fs::path path = hostPath(kReservePartitionPath);
     fs::create_directories(path.parent_path());
     std::ofstream(path, std::ios::binary | std::ios::trunc);
     fs::resize_file(path, kPartitionSize);
 }
 
-void Device::writePartition(off_t offset, const std::string& bytes) const {
+void SeededDevice::writePartition(off_t offset, const std::string& bytes) const {
     std::fstream file(hostPath(kReservePartitionPath),
                       std::ios::binary | std::ios::in | std::ios::out);
     file.seekp(offset);
     file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
 }
 
-std::string Device::readPartition(off_t offset, size_t length) const {
+std::string SeededDevice::readPartition(off_t offset, size_t length) const {
     std::ifstream file(hostPath(kReservePartitionPath), std::ios::binary);
     file.seekg(offset);
     std::string bytes(length, '\0');
@@ -98,7 +114,7 @@ std::string Device::readPartition(off_t offset, size_t length) const {
     return bytes;
 }
 
-void Device::seedSample() const {
+void SeededDevice::seedSample() const {
     for (const auto& row : gMiscNodeTable) {
         if (std::strcmp(row.path, kReservePartitionPath) == 0) continue;
         if (row.nodeFlag == 82) {
@@ -137,4 +153,4 @@ long residentKiB(pid_t pid) {
     return -1;
 }
 
-}  // namespace bench
+}  // namespace zenth_host

@@ -1,3 +1,19 @@
+/*
+ * Copyright (C) 2026 Zenth
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
 // Drives the five interface methods with arbitrary arguments against the emulated device. Every
 // input: no crash, OK status, no descriptor left open, and the reserve partition changed only where
 // a call may write it.
@@ -11,7 +27,7 @@
 #include <string>
 #include <vector>
 
-#include "BenchDevice.h"
+#include <zenth_host/SeededDevice.h>
 #include "FuzzSupport.h"
 #include "MiscNodeTable.h"
 #include "ReservePartition.h"
@@ -30,17 +46,17 @@ constexpr size_t kMaxText = 300;
 constexpr size_t kMaxCalibration = 4100;
 
 struct Harness {
-    bench::Device device;
+    zenth_host::SeededDevice device;
     std::shared_ptr<misc::ZenthMisc> service;
     std::unique_ptr<fuzz::PartitionWatch> partition;
     std::vector<int32_t> flags;
 
     Harness() {
         device.seedSample();
-        bench::useLogger(bench::Logger::NoOp);
+        zenth_host::useLogger(zenth_host::Logger::NoOp);
         service = ndk::SharedRefBase::make<misc::ZenthMisc>();
         partition =
-            std::make_unique<fuzz::PartitionWatch>(device.hostPath(misc::kReservePartitionPath));
+                std::make_unique<fuzz::PartitionWatch>(device.hostPath(misc::kReservePartitionPath));
         for (const auto& row : misc::gMiscNodeTable) flags.push_back(row.nodeFlag);
     }
 };
@@ -65,7 +81,7 @@ ndk::ScopedAStatus writeNode(FuzzedDataProvider& input, int32_t deviceId, int32_
     std::string data = input.ConsumeRandomLengthString(kMaxText);
     int32_t result = 0;
     if (flag == misc::FPGA_OP_INFO_EN_NODE)
-        harness().partition->allow(bench::kEnableInfo, kEnableInfoSize);
+        harness().partition->allow(zenth_host::kEnableInfo, kEnableInfoSize);
     auto status = harness().service->miscWriteNodeFile(deviceId, flag, data, &result);
     if (flag == misc::FPGA_OP_INFO_NODE) fuzz::require(result == -1, "node 288 writes refused");
     return status;
@@ -74,10 +90,10 @@ ndk::ScopedAStatus writeNode(FuzzedDataProvider& input, int32_t deviceId, int32_
 ndk::ScopedAStatus saveCalibration(FuzzedDataProvider& input) {
     const int32_t type = pickType(input);
     auto bytes =
-        input.ConsumeBytes<uint8_t>(input.ConsumeIntegralInRange<size_t>(0, kMaxCalibration));
-    const int32_t length =
-        input.ConsumeBool() ? static_cast<int32_t>(bytes.size()) : input.ConsumeIntegral<int32_t>();
-    if (type == kMotorType) harness().partition->allow(bench::kMotorRecord, kMotorRecordSize);
+            input.ConsumeBytes<uint8_t>(input.ConsumeIntegralInRange<size_t>(0, kMaxCalibration));
+    const int32_t length = input.ConsumeBool() ? static_cast<int32_t>(bytes.size())
+                                               : input.ConsumeIntegral<int32_t>();
+    if (type == kMotorType) harness().partition->allow(zenth_host::kMotorRecord, kMotorRecordSize);
     bool saved = false;
     return harness().service->saveCalibrationData(type, bytes, length, &saved);
 }

@@ -1,3 +1,19 @@
+/*
+ * Copyright (C) 2026 Zenth
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
 #pragma once
 
 // What the benchmarks and fuzz harnesses share: an emulated device root on tmpfs seeded the way a
@@ -7,7 +23,7 @@
 
 #include <string>
 
-namespace bench {
+namespace zenth_host {
 
 // Offsets of the reserve partition regions the figures look at (eMMC storage).
 inline constexpr off_t kPartitionSize = 6 * 1024 * 1024;
@@ -17,12 +33,12 @@ inline constexpr off_t kSrCount = 0x514043;
 inline constexpr off_t kEnableInfo = 0x514320;
 
 // A fresh root folder under /dev/shm, set as the emulated device's root while it lives.
-class Device {
+class SeededDevice {
   public:
-    Device();
-    ~Device();
-    Device(const Device&) = delete;
-    Device& operator=(const Device&) = delete;
+    SeededDevice();
+    ~SeededDevice();
+    SeededDevice(const SeededDevice&) = delete;
+    SeededDevice& operator=(const SeededDevice&) = delete;
 
     const std::string& root() const { return root_; }
     std::string hostPath(const std::string& devicePath) const;
@@ -50,4 +66,4 @@ const char* loggerName(Logger logger);
 // Resident set of a process in KiB (VmRSS), -1 when it cannot be read.
 long residentKiB(pid_t pid);
 
-}  // namespace bench
+}  // namespace zenth_host

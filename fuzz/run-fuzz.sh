@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
 # Builds the fuzz harnesses (clang, libFuzzer, ASan+UBSan) and runs each in turn.
-# Usage: bench/fuzz/run-fuzz.sh [libFuzzer flags...]   (default: -runs=20000)
-# A long run: bench/fuzz/run-fuzz.sh -max_total_time=600
+# Usage: fuzz/run-fuzz.sh [libFuzzer flags...]   (default: -runs=20000)
+# A long run: fuzz/run-fuzz.sh -max_total_time=600
 # Corpora grow in build/fuzz/corpus/<harness>; a failing input lands in build/fuzz/artifacts.
 set -euo pipefail
-cd "$(dirname "$0")/../.."
+cd "$(dirname "$0")/.."
 # Absolute paths: the emulated device maps relative ones into its root.
 out=$PWD/build/fuzz
 
@@ -22,7 +22,7 @@ for harness in "${harnesses[@]}"; do
   mkdir -p "$corpus" "$out/artifacts"
   echo "=== fuzz ${harness} ${flags[*]} ==="
   log=$out/${harness}.log
-  if ! "$out/bench/fuzz/zenth_${harness}_fuzz" "${flags[@]}" \
+  if ! "$out/fuzz/zenth_${harness}_fuzz" "${flags[@]}" \
       -artifact_prefix="$out/artifacts/${harness}-" "$corpus" >"$log" 2>&1; then
     tail -n 60 "$log"
     exit 1
