@@ -14,11 +14,13 @@
  * limitations under the License.
  */
 
-// fsync, recorded so that tests can tell which files were flushed to storage.
+// fsync, recorded so that tests can tell which files were flushed to storage. Only the newest
+// syncs are kept: a long-running emulated phone syncs on every partition write.
 
 #include <unistd.h>
 
 #include <climits>
+#include <deque>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -30,9 +32,11 @@
 namespace emulated {
 namespace {
 
+constexpr size_t kMaxRecordedSyncs = 256;
+
 struct Syncs {
     std::mutex mutex;
-    std::vector<std::string> files;
+    std::deque<std::string> files;
 };
 
 Syncs& syncs() {
@@ -52,7 +56,7 @@ std::string fileOf(int fd) {
 std::vector<std::string> syncedFiles() {
     Syncs& s = syncs();
     std::lock_guard<std::mutex> lock(s.mutex);
-    return s.files;
+    return std::vector<std::string>(s.files.begin(), s.files.end());
 }
 
 namespace internal {
@@ -72,6 +76,7 @@ extern "C" int __wrap_fsync(int fd) {
         emulated::Syncs& s = emulated::syncs();
         std::lock_guard<std::mutex> lock(s.mutex);
         s.files.push_back(file);
+        if (s.files.size() > emulated::kMaxRecordedSyncs) s.files.pop_front();
     }
     return __real_fsync(fd);
 }

@@ -61,7 +61,8 @@ std::string hostPath(const std::string& devicePath);
 // Whether the device path is mapped under the current root.
 bool isMapped(const std::string& devicePath);
 
-// Host paths (symbolic links resolved) of the files that fsync was called on, in order.
+// Host paths (symbolic links resolved) of the files that fsync was called on, in order: the
+// newest 256.
 std::vector<std::string> syncedFiles();
 
 // Returns the fault node, the kernel log, usleep and the fsync record to their start-up
