@@ -18,7 +18,10 @@
 // instances that stand in for the device's service manifest.
 
 #include <android/binder_manager.h>
+#include <android/log.h>
 
+#include <chrono>
+#include <condition_variable>
 #include <map>
 #include <mutex>
 #include <set>
@@ -32,6 +35,7 @@ namespace {
 struct ServiceManager {
     std::mutex mutex;
     std::map<std::string, AIBinder*> services;  // each holds one strong reference
+    std::condition_variable registered;
     std::set<std::string> declared;
     bool refused = false;
 };
@@ -56,6 +60,7 @@ binder_exception_t AServiceManager_addService(AIBinder* binder, const char* inst
         replaced = slot;
         slot = binder;
     }
+    manager.registered.notify_all();
     AIBinder_decStrong(replaced);
     return EX_NONE;
 }
@@ -70,11 +75,43 @@ AIBinder* AServiceManager_checkService(const char* instance) {
     return it->second;
 }
 
+AIBinder* AServiceManager_waitForService(const char* instance) {
+    if (instance == nullptr) return nullptr;
+    ServiceManager& manager = serviceManager();
+    std::unique_lock<std::mutex> lock(manager.mutex);
+    auto isRegistered = [&] { return manager.services.count(instance) != 0; };
+    // As on a device it waits for good, and says so every second.
+    while (!manager.registered.wait_for(lock, std::chrono::seconds(1), isRegistered)) {
+        __android_log_print(ANDROID_LOG_WARN, "ServiceManager", "Waited one second for %s",
+                            instance);
+    }
+    AIBinder* binder = manager.services[instance];
+    AIBinder_incStrong(binder);
+    return binder;
+}
+
 bool AServiceManager_isDeclared(const char* instance) {
     if (instance == nullptr) return false;
     ServiceManager& manager = serviceManager();
     std::lock_guard<std::mutex> lock(manager.mutex);
     return manager.declared.count(instance) != 0;
+}
+
+void AServiceManager_forEachDeclaredInstance(const char* interface, void* context,
+                                             void (*callback)(const char*, void*)) {
+    if (interface == nullptr || callback == nullptr) return;
+    const std::string prefix = std::string(interface) + "/";
+    std::vector<std::string> instances;
+    {
+        ServiceManager& manager = serviceManager();
+        std::lock_guard<std::mutex> lock(manager.mutex);
+        for (const std::string& name : manager.declared) {
+            if (name.compare(0, prefix.size(), prefix) == 0) {
+                instances.push_back(name.substr(prefix.size()));
+            }
+        }
+    }
+    for (const std::string& instance : instances) callback(instance.c_str(), context);
 }
 
 namespace zenth_host {

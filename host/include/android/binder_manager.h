@@ -33,8 +33,16 @@ __attribute__((warn_unused_result)) binder_exception_t AServiceManager_addServic
 // A new strong reference to the service, or null when it is not running. Never waits.
 AIBinder* AServiceManager_checkService(const char* instance);
 
+// A new strong reference to the service, waiting for as long as it takes to be registered.
+__attribute__((warn_unused_result)) AIBinder* AServiceManager_waitForService(const char* instance);
+
 // Whether the instance is declared in the device's service manifest.
 bool AServiceManager_isDeclared(const char* instance);
+
+// Calls callback with each declared instance name of interface ("default" for
+// "interface/default"), interface being a fully qualified name such as "a.b.IFoo".
+void AServiceManager_forEachDeclaredInstance(const char* interface, void* context,
+                                             void (*callback)(const char* instance, void* context));
 
 #ifdef __cplusplus
 }
