@@ -14,8 +14,8 @@
  * limitations under the License.
  */
 
-// The in-process service manager: a registry of binders by instance name and the declared
-// instances that stand in for the device's service manifest.
+// The service manager: a registry of binders by instance name, shared by every process of the
+// host's model, and the declared instances that stand in for the device's service manifest.
 
 #include <android/binder_manager.h>
 
@@ -26,6 +26,8 @@
 #include <vector>
 
 #include <zenth_host/binder_host.h>
+
+#include "Process.h"
 
 namespace {
 
@@ -66,8 +68,7 @@ AIBinder* AServiceManager_checkService(const char* instance) {
     std::lock_guard<std::mutex> lock(manager.mutex);
     auto it = manager.services.find(instance);
     if (it == manager.services.end()) return nullptr;
-    AIBinder_incStrong(it->second);
-    return it->second;
+    return zenth_host::referenceFromCurrentProcess(it->second);
 }
 
 bool AServiceManager_isDeclared(const char* instance) {
