@@ -241,6 +241,17 @@ TEST_F(ExgpioReporterTest, IncompleteWriteBackIsReportedWithTheByteSum) {
     expectPrevious(kEmmcArea, "pi2c:3", "prs:0");
 }
 
+TEST_F(ExgpioReporterTest, OneByteReadIsParsedWithTheRestZero) {
+    writeArea(kEmmcArea, "pi2c:2", "prs:0");
+    std::filesystem::resize_file(hostPath(kReservePartition), kEmmcArea + 1);
+    setService(Service::Running);
+
+    run();
+
+    EXPECT_EQ(count("exgpio: E     \n"), 1u);
+    EXPECT_EQ(readPartition(kEmmcArea + kPrevI2c, 32), field("pi2c:0") + field("prs:0"));
+}
+
 TEST_F(ExgpioReporterTest, MissingPartitionIsNeitherReadNorWritten) {
     setService(Service::Running);
 

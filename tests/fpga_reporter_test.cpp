@@ -196,6 +196,17 @@ TEST_F(FpgaReporterTest, UnreadableBlockSendsZerosAndStillWritesBack) {
     EXPECT_EQ(readPartition(kRebootField, 16), field("rb:0"));
 }
 
+TEST_F(FpgaReporterTest, EmptyReadIsNoReadFailure) {
+    createReservePartition();
+    std::filesystem::resize_file(hostPath(kReservePartition), kBlock);  // ends at the block
+    setService(Service::Running);
+
+    run();
+
+    EXPECT_EQ(count("getMessage readInterface /dev/block/by-name/zenthreserve1 error"), 0u);
+    EXPECT_EQ(count("parse value failed\n"), 7u);
+}
+
 TEST_F(FpgaReporterTest, WithoutTheFpgaNothingIsReadOrSent) {
     std::filesystem::remove(hostPath(kProbe));
     setService(Service::Running);
