@@ -54,7 +54,7 @@ std::shared_ptr<ZenthMisc> gMisc;
 void readCall(benchmark::State& state) {
     std::string out;
     for (auto _ : state) {
-        gMisc->miscReadNodeFile(0, kFlag, &out);
+        benchmark::DoNotOptimize(gMisc->miscReadNodeFile(0, kFlag, &out).isOk());
         benchmark::DoNotOptimize(out.data());
     }
 }
@@ -75,7 +75,7 @@ void readFloor(benchmark::State& state) {
 void supportCall(benchmark::State& state) {
     int32_t result = 0;
     for (auto _ : state) {
-        gMisc->isMiscNodeSupport(0, kFlag, &result);
+        benchmark::DoNotOptimize(gMisc->isMiscNodeSupport(0, kFlag, &result).isOk());
         benchmark::DoNotOptimize(result);
     }
 }
@@ -91,7 +91,7 @@ void supportFloor(benchmark::State& state) {
 void writeCall(benchmark::State& state) {
     int32_t result = 0;
     for (auto _ : state) {
-        gMisc->miscWriteNodeFile(0, kFlag, kData, &result);
+        benchmark::DoNotOptimize(gMisc->miscWriteNodeFile(0, kFlag, kData, &result).isOk());
         benchmark::DoNotOptimize(result);
     }
 }

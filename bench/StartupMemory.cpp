@@ -102,24 +102,24 @@ void mixedCall(misc::ZenthMisc& service, int i) {
     int32_t number = 0;
     std::string text;
     bool saved = false;
+    misc::ZenthMiscStatus status;
+    ndk::ScopedAStatus called;
     switch (i % 5) {
         case 0:
-            service.isMiscNodeSupport(i % 3, flag, &number);
+            called = service.isMiscNodeSupport(i % 3, flag, &number);
             break;
         case 1:
-            service.miscReadNodeFile(0, flag, &text);
+            called = service.miscReadNodeFile(0, flag, &text);
             break;
         case 2:
-            service.miscWriteNodeFile(0, flag == 289 ? 289 : 185, "sr:1", &number);
+            called = service.miscWriteNodeFile(0, flag == 289 ? 289 : 185, "sr:1", &number);
             break;
         case 3:
-            service.saveCalibrationData(1000104, {'1', ';', '2'}, 3, &saved);
+            called = service.saveCalibrationData(1000104, {'1', ';', '2'}, 3, &saved);
             break;
-        default: {
-            misc::ZenthMiscStatus status;
-            service.initialize(&status);
+        default:
+            called = service.initialize(&status);
             break;
-        }
     }
 }
 

@@ -19,6 +19,7 @@
 
 #include <sys/wait.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
@@ -97,6 +98,7 @@ TEST_F(ConsoleTest, ScriptDrivesEveryCommand) {
                 "miscWriteNodeFile 0 185 255\n"
                 "miscReadNodeFile 0 185\n"
                 "miscReadNodeFile 0 83\n"
+                "miscReadNodeFile 0 191\n"
                 "miscWriteNodeFile 0 83 x\n"
                 "saveCalibrationData tri 21;22\\s23\n"
                 "saveCalibrationData motor i32:1,2\n"
@@ -110,29 +112,43 @@ TEST_F(ConsoleTest, ScriptDrivesEveryCommand) {
                 "quit\n"
                 "initialize\n");
     EXPECT_EQ(phone.status, 1);
-    ASSERT_GE(phone.lines.size(), 37u) << phone.log;
-    std::vector<std::string> calls(phone.lines.begin(), phone.lines.begin() + 13);
+    ASSERT_GE(phone.lines.size(), 38u) << phone.log;
+    std::vector<std::string> calls(phone.lines.begin(), phone.lines.begin() + 14);
     EXPECT_THAT(calls,
                 ElementsAre("0", "1", "-1", "3", "255",
-                            "Device version: AMOLED-6.7\\nDevice manufacture: panelco\\n", "-1",
+                            "Device version: AMOLED-6.7\\nDevice manufacture: panelco\\n",
+                            // Binary content is no String: the reply cannot be written.
+                            "error: Status(-129, EX_TRANSACTION_FAILED): 'BAD_VALUE: '", "-1",
                             "true", "false", "fault 0x2 handled",
                             "error: unknown command 'frobnicate' (type help for the commands)",
                             "error: usage: miscReadNodeFile <deviceId> <nodeFlag>",
                             "error: unknown escape \\q"));
-    std::vector<std::string> regions(phone.lines.begin() + 13, phone.lines.begin() + 35);
+    std::vector<std::string> regions(phone.lines.begin() + 14, phone.lines.begin() + 36);
     EXPECT_EQ(regions[0], "storage emmc");
     EXPECT_EQ(regions[1], "motor 1203,-877,455,12,-3,980");
     EXPECT_EQ(regions[2], "fan.id 473918000003");
     EXPECT_EQ(regions[8], "fpga.4 sr:3");  // the seeded 2 and the fault
     EXPECT_EQ(regions[10], "fpga.6 ec:0x1234");
     EXPECT_EQ(regions[21], "exgpio.6 prs:1");
-    EXPECT_THAT(phone.lines[35], HasSubstr("soft_rest_err"));  // the one saved fault log
-    EXPECT_TRUE(exists("/mnt/vendor/zenthreserve/fpga_save_log/" + phone.lines[35]));
+    EXPECT_THAT(phone.lines[36], HasSubstr("soft_rest_err"));  // the one saved fault log
+    EXPECT_TRUE(exists("/mnt/vendor/zenthreserve/fpga_save_log/" + phone.lines[36]));
     EXPECT_THAT(phone.lines.back(), HasSubstr("Calibration types"));  // help, then quit
 
     EXPECT_EQ(readFile("/sys/class/leds/red/brightness"), "255");
     EXPECT_EQ(readFile("/mnt/vendor/persist/engineermode/tri_state_hall_data"), "21;22 23");
     EXPECT_EQ(readFile("/mnt/vendor/persist/engineermode/tri_state_hall_calib_flag"), "1");
+
+    // Every call is served on the daemon's main thread: its thread id is the process id.
+    std::istringstream log(phone.log);
+    size_t served = 0;
+    for (std::string line; std::getline(log, line);) {
+        if (line.find("in_nodeFlag = ") == std::string::npos) continue;
+        int pid = 0, tid = -1;
+        EXPECT_EQ(std::sscanf(line.c_str(), "%*s %*s %d %d", &pid, &tid), 2) << line;
+        EXPECT_EQ(tid, pid) << line;
+        ++served;
+    }
+    EXPECT_EQ(served, 7u);
 }
 
 TEST_F(ConsoleTest, NextStartRestoresSavedCalibration) {

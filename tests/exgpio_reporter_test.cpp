@@ -55,9 +55,9 @@ class ExgpioReporterTest : public ReporterTest {
 
     // Fields 1 to 4 hold i2c:3, rs:1, pw:7 and bytes of another owner; 5 and 6 as given.
     void writeArea(off_t base, const std::string& prevI2c, const std::string& prevRs,
-                   const std::string& counts = "") {
+                   const std::string& counts = "", const std::string& leading = "EXG lead") {
         createReservePartition();
-        std::string bytes = field("EXG lead") + counts;
+        std::string bytes = field(leading) + counts;
         if (counts.empty()) bytes += field("i2c:3") + field("rs:1") + field("pw:7");
         bytes += field("other:77") + field(prevI2c) + field(prevRs);
         writePartition(base, bytes);
@@ -188,31 +188,38 @@ TEST_F(ExgpioReporterTest, BytesAfterTheNewTextKeepWhatWasRead) {
 struct ServiceCase {
     const char* name;
     Service service;
+    std::string leading;
     Strings messages;
 };
 
-const std::string kFields = "E exgpio: EXG lead i2c:3 rs:1 pw:7 pi2c:0 prs:0\n";
+const std::string kFields = " i2c:3 rs:1 pw:7 pi2c:0 prs:0\n";
+// Erased flash is no UTF-8, so the atom cannot be written into the call's parcel.
+const std::string kErased(16, '\xff');
 const ServiceCase kServiceCases[] = {
         {"NotDeclared",
          Service::NotDeclared,
-         {kStart, "E Stats service is not registered.", kFields, kUnchanged}},
-        {"Refusing",
-         Service::Failing,
-         {kStart, kFields, kSend, "E Unable to report exgpio info to Stats service"}},
+         "EXG lead",
+         {kStart, "E Stats service is not registered.", "E exgpio: EXG lead" + kFields, kUnchanged}},
+        {"AtomNotSent",
+         Service::Running,
+         kErased,
+         {kStart, "E exgpio: " + kErased + kFields, kSend,
+          "E Unable to report exgpio info to Stats service"}},
 };
 
 class ExgpioServiceTest : public ExgpioReporterTest,
                           public ::testing::WithParamInterface<ServiceCase> {};
 
-// A change seen while the service is away is remembered all the same, and so never sent.
-TEST_P(ExgpioServiceTest, CountsAreRememberedWithoutAService) {
+// A change that could not be reported is remembered all the same, and so never sent.
+TEST_P(ExgpioServiceTest, CountsAreRememberedWithoutAReport) {
     const ServiceCase& c = GetParam();
-    writeArea(kEmmcArea, "pi2c:0", "prs:0");
+    writeArea(kEmmcArea, "pi2c:0", "prs:0", "", c.leading);
     setService(c.service);
 
     run();
 
     EXPECT_EQ(reporterMessages(), c.messages);
+    EXPECT_TRUE(atoms().empty());
     expectPrevious(kEmmcArea, "pi2c:3", "prs:1");
 }
 
@@ -232,6 +239,17 @@ TEST_F(ExgpioReporterTest, IncompleteWriteBackIsReportedWithTheByteSum) {
                        "E update prev exgpio reserve info failed, count = 15\n", kSend}));
     EXPECT_EQ(describedAtoms(), Strings{"100272 'EXG lead' 3 1 7"});
     expectPrevious(kEmmcArea, "pi2c:3", "prs:0");
+}
+
+TEST_F(ExgpioReporterTest, OneByteReadIsParsedWithTheRestZero) {
+    writeArea(kEmmcArea, "pi2c:2", "prs:0");
+    std::filesystem::resize_file(hostPath(kReservePartition), kEmmcArea + 1);
+    setService(Service::Running);
+
+    run();
+
+    EXPECT_EQ(count("exgpio: E     \n"), 1u);
+    EXPECT_EQ(readPartition(kEmmcArea + kPrevI2c, 32), field("pi2c:0") + field("prs:0"));
 }
 
 TEST_F(ExgpioReporterTest, MissingPartitionIsNeitherReadNorWritten) {

@@ -23,12 +23,9 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <condition_variable>
 #include <cstdio>
 #include <iterator>
-#include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -47,32 +44,9 @@ constexpr const char* kServiceTag = "vendor.zenth.hardware.ZenthMisc-V1-service"
 constexpr const char* kReleaseAfter[] = {"fan rpm_table support = ", "fpga is not support!",
                                          "exgpio is not support!"};
 
-// Kills a daemon that has not ended in time, so that a broken start-up fails the test
-// instead of hanging it.
-class Watchdog {
-  public:
-    explicit Watchdog(pid_t pid)
-        : thread_([this, pid] {
-              std::unique_lock<std::mutex> lock(mutex_);
-              if (!cv_.wait_for(lock, 3 * zenth_test::kWait, [this] { return done_; })) {
-                  kill(pid, SIGKILL);
-              }
-          }) {}
-    ~Watchdog() {
-        {
-            std::lock_guard<std::mutex> lock(mutex_);
-            done_ = true;
-        }
-        cv_.notify_one();
-        thread_.join();
-    }
-
-  private:
-    std::mutex mutex_;
-    std::condition_variable cv_;
-    bool done_ = false;
-    std::thread thread_;
-};
+// A daemon that has not ended by then is killed by its alarm (which outlives the exec), so
+// that a broken start-up fails the test instead of hanging it.
+constexpr unsigned kWatchdogSeconds = 30;
 
 struct DaemonRun {
     std::vector<std::string> lines;  // the daemon's log, message text after the tag
@@ -97,12 +71,12 @@ class ServiceEntryTest : public DeviceTest {
         EXPECT_EQ(pipe2(pipeFds, O_CLOEXEC), 0);
         pid_t pid = fork();
         if (pid == 0) {
+            alarm(kWatchdogSeconds);
             dup2(pipeFds[1], STDERR_FILENO);
             execve(ZENTH_SERVICE_BINARY, argv, envp.data());
             _exit(127);
         }
         close(pipeFds[1]);
-        Watchdog watchdog(pid);
         DaemonRun result;
         FILE* log = fdopen(pipeFds[0], "r");
         char buffer[4096];
@@ -167,7 +141,6 @@ TEST_F(ServiceEntryTest, RefusedRegistrationAbortsBeforeServing) {
 
     ASSERT_TRUE(WIFSIGNALED(daemon.status)) << daemon.status;
     EXPECT_EQ(WTERMSIG(daemon.status), SIGABRT);
-    ASSERT_FALSE(daemon.lines.empty());
     // The reporters run alongside, so the fatal line need not be the very last one.
     size_t check = indexOf(daemon, "service.cpp:51] Check failed: status == STATUS_OK ");
     ASSERT_NE(check, std::string::npos);

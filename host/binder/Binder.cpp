@@ -14,16 +14,24 @@
  * limitations under the License.
  */
 
-// Local binder objects: reference counts, weak references and user data.
+// Binder objects and their proxies: reference counts, weak references, user data, and the
+// transactions that carry calls made through a proxy.
 
 #include <android/binder_ibinder.h>
 #include <android/binder_interface_utils.h>
+#include <android/binder_parcel_utils.h>
 
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
+#include <memory>
 #include <mutex>
 #include <string>
+
+#include "Process.h"
+#include "ThreadPool.h"
+
+using zenth_host::Process;
 
 struct AIBinder_Class {
     std::string descriptor;
@@ -32,12 +40,17 @@ struct AIBinder_Class {
     AIBinder_Class_onTransact onTransact;
 };
 
-// Lives until both counts reach zero; the user data dies with the last strong reference.
+// Lives until both counts reach zero. An object's user data dies with its last strong
+// reference; a proxy holds a strong reference to its object until then.
 struct AIBinder {
-    AIBinder(const AIBinder_Class* binderClass, void* data) : clazz(binderClass), userData(data) {}
+    AIBinder(const AIBinder_Class* binderClass, void* data, std::shared_ptr<Process> process,
+             AIBinder* object)
+        : clazz(binderClass), userData(data), owner(std::move(process)), remote(object) {}
 
-    const AIBinder_Class* clazz;
-    void* userData;
+    std::atomic<const AIBinder_Class*> clazz;
+    void* const userData;
+    const std::shared_ptr<Process> owner;  // the process that serves the object's calls
+    AIBinder* const remote;                // for a proxy, its object; null for the object
     std::mutex mutex;
     int32_t strong = 1;
     int32_t weak = 0;
@@ -53,6 +66,37 @@ namespace {
     std::fprintf(stderr, "binder: %s\n", what);
     std::abort();
 }
+
+AIBinder* objectOf(AIBinder* binder) {
+    return binder->remote != nullptr ? binder->remote : binder;
+}
+
+// The object's side of a transaction, in the process that serves it: the interface token
+// must name the object's interface, as the platform checks before onTransact.
+binder_status_t deliver(AIBinder* object, transaction_code_t code, const AParcel* in, AParcel* out) {
+    const AIBinder_Class* clazz = object->clazz.load();
+    std::string token;
+    if (ndk::AParcel_readString(in, &token) != STATUS_OK || token != clazz->descriptor) {
+        return STATUS_BAD_TYPE;
+    }
+    return clazz->onTransact(object, code, in, out);
+}
+
+// One call on its way to the object; kept until it has been served, also when the caller
+// does not wait for it.
+struct Transaction {
+    explicit Transaction(AParcel* in) : request(in) {}
+
+    binder_status_t receive() {
+        AParcel_setDataPosition(request.get(), 0);
+        return deliver(objectOf(target.get()), code, request.get(), reply.get());
+    }
+
+    ndk::SpAIBinder target;
+    transaction_code_t code = 0;
+    ndk::ScopedAParcel request;
+    ndk::ScopedAParcel reply{AParcel_create()};
+};
 
 }  // namespace
 
@@ -70,11 +114,11 @@ const char* AIBinder_Class_getDescriptor(const AIBinder_Class* clazz) {
 AIBinder* AIBinder_new(const AIBinder_Class* clazz, void* args) {
     if (clazz == nullptr) return nullptr;
     void* userData = clazz->onCreate != nullptr ? clazz->onCreate(args) : args;
-    return new AIBinder(clazz, userData);
+    return new AIBinder(clazz, userData, zenth_host::currentProcess(), nullptr);
 }
 
-bool AIBinder_isRemote(const AIBinder* /*binder*/) {
-    return false;
+bool AIBinder_isRemote(const AIBinder* binder) {
+    return binder != nullptr && binder->remote != nullptr;
 }
 
 bool AIBinder_isAlive(const AIBinder* /*binder*/) {
@@ -94,35 +138,34 @@ void AIBinder_incStrong(AIBinder* binder) {
 
 void AIBinder_decStrong(AIBinder* binder) {
     if (binder == nullptr) return;
-    AIBinder_Class_onDestroy onDestroy = nullptr;
-    void* userData = nullptr;
     bool unused = false;
     {
         std::lock_guard<std::mutex> lock(binder->mutex);
         if (binder->strong <= 0) fatal("decStrong on a dead binder");
         if (--binder->strong > 0) return;
-        onDestroy = binder->clazz->onDestroy;
-        userData = binder->userData;
         unused = binder->weak == 0;
     }
+    AIBinder_Class_onDestroy onDestroy = nullptr;
+    void* userData = binder->userData;
+    AIBinder* object = binder->remote;
+    if (object == nullptr) onDestroy = binder->clazz.load()->onDestroy;
     // Destroying the user data may drop the last weak reference, which then frees the binder.
     if (unused) delete binder;
     if (onDestroy != nullptr) onDestroy(userData);
-}
-
-int32_t AIBinder_debugGetRefCount(AIBinder* binder) {
-    if (binder == nullptr) return -1;
-    std::lock_guard<std::mutex> lock(binder->mutex);
-    return binder->strong;
+    AIBinder_decStrong(object);
 }
 
 bool AIBinder_associateClass(AIBinder* binder, const AIBinder_Class* clazz) {
     if (binder == nullptr || clazz == nullptr) return false;
-    return binder->clazz == clazz || binder->clazz->descriptor == clazz->descriptor;
+    const AIBinder_Class* current = nullptr;
+    if (binder->remote != nullptr && binder->remote->clazz.load()->descriptor == clazz->descriptor) {
+        binder->clazz.compare_exchange_strong(current, clazz);
+    }
+    return binder->clazz.load() == clazz;
 }
 
 const AIBinder_Class* AIBinder_getClass(AIBinder* binder) {
-    return binder != nullptr ? binder->clazz : nullptr;
+    return binder != nullptr ? binder->clazz.load() : nullptr;
 }
 
 void* AIBinder_getUserData(AIBinder* binder) {
@@ -157,6 +200,63 @@ AIBinder* AIBinder_Weak_promote(AIBinder_Weak* weakBinder) {
     return binder;
 }
 
+binder_status_t AIBinder_prepareTransaction(AIBinder* binder, AParcel** in) {
+    if (binder == nullptr || in == nullptr) return STATUS_UNEXPECTED_NULL;
+    const AIBinder_Class* clazz = binder->clazz.load();
+    if (clazz == nullptr) return STATUS_INVALID_OPERATION;
+    *in = AParcel_create();
+    return ndk::AParcel_writeString(*in, clazz->descriptor);
+}
+
+binder_status_t AIBinder_transact(AIBinder* binder, transaction_code_t code, AParcel** in,
+                                  AParcel** out, binder_flags_t flags) {
+    if (in == nullptr) return STATUS_UNEXPECTED_NULL;
+    auto transaction = std::make_shared<Transaction>(*in);
+    *in = nullptr;
+    if (binder == nullptr || out == nullptr || transaction->request.get() == nullptr) {
+        return STATUS_UNEXPECTED_NULL;
+    }
+    if ((flags & ~FLAG_ONEWAY) != 0) return STATUS_BAD_VALUE;
+    const bool oneway = (flags & FLAG_ONEWAY) != 0;
+    AIBinder_incStrong(binder);
+    transaction->target.set(binder);
+    transaction->code = code;
+
+    AIBinder* object = objectOf(binder);
+    binder_status_t status = STATUS_OK;
+    if (object->owner == zenth_host::currentProcess()) {
+        status = transaction->receive();
+    } else if (object->owner == nullptr) {
+        status = zenth_host::serveOnThreadPool([transaction] { return transaction->receive(); },
+                                               oneway);
+    } else {
+        // A thread of that process serves the call in its place.
+        std::shared_ptr<Process> caller = zenth_host::enterProcess(object->owner);
+        status = transaction->receive();
+        zenth_host::enterProcess(std::move(caller));
+    }
+    // A oneway caller hears nothing back from the object.
+    if (oneway) {
+        *out = AParcel_create();
+        return STATUS_OK;
+    }
+    if (status != STATUS_OK) return status;
+    AParcel_setDataPosition(transaction->reply.get(), 0);
+    *out = transaction->reply.release();
+    return STATUS_OK;
+}
+
+namespace zenth_host {
+
+AIBinder* referenceFromCurrentProcess(AIBinder* binder) {
+    AIBinder* object = objectOf(binder);
+    AIBinder_incStrong(object);
+    if (object->owner == currentProcess()) return object;
+    return new AIBinder(nullptr, nullptr, object->owner, object);
+}
+
+}  // namespace zenth_host
+
 namespace ndk {
 
 namespace {
@@ -175,7 +275,9 @@ struct ICInterfaceData {
 
 std::shared_ptr<ICInterface> ICInterface::asInterface(AIBinder* binder) {
     const AIBinder_Class* clazz = AIBinder_getClass(binder);
-    if (clazz == nullptr || clazz->onCreate != ICInterfaceData::onCreate) return nullptr;
+    if (AIBinder_getUserData(binder) == nullptr || clazz->onCreate != ICInterfaceData::onCreate) {
+        return nullptr;
+    }
     return static_cast<ICInterfaceData*>(AIBinder_getUserData(binder))->interface;
 }
 

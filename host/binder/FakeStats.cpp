@@ -34,13 +34,7 @@ ndk::ScopedAStatus FakeStats::reportVendorAtom(const VendorAtom& in_vendorAtom) 
         std::printf("%s\n", in_vendorAtom.toString().c_str());
         std::fflush(stdout);
     }
-    if (mFailing) return ndk::ScopedAStatus::fromServiceSpecificError(kFailureError);
     return ndk::ScopedAStatus::ok();
-}
-
-void FakeStats::setFailing(bool failing) {
-    std::lock_guard<std::mutex> lock(mMutex);
-    mFailing = failing;
 }
 
 void FakeStats::setPrinting(bool printing) {

@@ -17,8 +17,6 @@
 // Runs before main in every host binary: logging, the environment's platform set-up and the
 // release signal of the thread pool. Linked whole so that nothing drops it.
 
-#include "HostStartup.h"
-
 #include <android/binder_manager.h>
 #include <android/log.h>
 
@@ -31,6 +29,8 @@
 #include <zenth_host/FakeStats.h>
 #include <zenth_host/binder_host.h>
 #include <zenth_host/host_log.h>
+
+#include "ThreadPool.h"
 
 namespace zenth_host {
 
@@ -51,11 +51,10 @@ void declareFromEnvironment() {
 }
 
 void startStatsFromEnvironment() {
-    const bool failing = environmentIs("ZENTH_HOST_STATS", "error");
-    if (!failing && !environmentIs("ZENTH_HOST_STATS", "1")) return;
+    if (!environmentIs("ZENTH_HOST_STATS", "1")) return;
+    OutsideProcess statsProcess("stats");
     auto stats = ndk::SharedRefBase::make<FakeStats>();
     stats->setPrinting(true);
-    stats->setFailing(failing);
     // The service manager keeps the service alive for the whole process.
     if (AServiceManager_addService(stats->asBinder().get(), FakeStats::instanceName().c_str()) !=
         EX_NONE) {

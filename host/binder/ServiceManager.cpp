@@ -14,8 +14,8 @@
  * limitations under the License.
  */
 
-// The in-process service manager: a registry of binders by instance name and the declared
-// instances that stand in for the device's service manifest.
+// The service manager: a registry of binders by instance name, shared by every process of the
+// host's model, and the declared instances that stand in for the device's service manifest.
 
 #include <android/binder_manager.h>
 #include <android/log.h>
@@ -29,6 +29,8 @@
 #include <vector>
 
 #include <zenth_host/binder_host.h>
+
+#include "Process.h"
 
 namespace {
 
@@ -71,8 +73,7 @@ AIBinder* AServiceManager_checkService(const char* instance) {
     std::lock_guard<std::mutex> lock(manager.mutex);
     auto it = manager.services.find(instance);
     if (it == manager.services.end()) return nullptr;
-    AIBinder_incStrong(it->second);
-    return it->second;
+    return zenth_host::referenceFromCurrentProcess(it->second);
 }
 
 AIBinder* AServiceManager_waitForService(const char* instance) {
@@ -85,9 +86,7 @@ AIBinder* AServiceManager_waitForService(const char* instance) {
         __android_log_print(ANDROID_LOG_WARN, "ServiceManager", "Waited one second for %s",
                             instance);
     }
-    AIBinder* binder = manager.services[instance];
-    AIBinder_incStrong(binder);
-    return binder;
+    return zenth_host::referenceFromCurrentProcess(manager.services[instance]);
 }
 
 bool AServiceManager_isDeclared(const char* instance) {

@@ -14,7 +14,11 @@
  * limitations under the License.
  */
 
-// The binder thread pool: a joined thread serves queued jobs until it is released.
+// The daemon process's binder thread pool. The thread that joins serves incoming calls
+// until it is released; with a maximum thread count above 0 the pool also has threads of
+// its own, started at the first join, and they then take every call.
+
+#include "ThreadPool.h"
 
 #include <android/binder_process.h>
 
@@ -24,32 +28,30 @@
 #include <android/log.h>
 #include <zenth_host/host_log.h>
 
-#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <condition_variable>
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <thread>
 
 #include <zenth_host/binder_host.h>
-
-#include "HostStartup.h"
 
 namespace {
 
 constexpr uint32_t kDefaultMaxThreadCount = 15;
 
 struct Job {
-    enum class State { kQueued, kRunning, kDone };
-    std::function<void()> work;
-    State state = State::kQueued;
+    std::function<binder_status_t()> transaction;
+    bool done = false;
+    binder_status_t status = STATUS_OK;
 };
 
 struct ThreadPool {
     ThreadPool() { sem_init(&wake, 0, 0); }
 
-    // Posted once per queued job, release and signal; a joined thread handles one per wake.
+    // The joined thread's: posted once per call it must take, per release and per signal.
     sem_t wake;
     std::atomic<bool> signalled{false};
 
@@ -57,17 +59,15 @@ struct ThreadPool {
     std::condition_variable changed;
     std::deque<std::shared_ptr<Job>> jobs;
     bool released = false;
-    int joined = 0;
     uint32_t maxThreadCount = kDefaultMaxThreadCount;
+    uint32_t poolThreads = 0;
 };
 
-// Never destroyed: a signal may arrive while the process exits.
+// Never destroyed: a signal may arrive, and pool threads wait, while the process exits.
 ThreadPool& pool() {
     static ThreadPool* threadPool = new ThreadPool;
     return *threadPool;
 }
-
-thread_local bool tJoined = false;
 
 void waitForWake() {
     while (sem_wait(&pool().wake) != 0 && errno == EINTR) {
@@ -81,7 +81,34 @@ void settleLogging() {
     __android_log_set_logger(zenth_host::logcatLogger);
 }
 
-// Runs at most one queued job; false when this thread must leave the pool.
+// Runs the oldest queued call with the lock released.
+void serveNext(std::unique_lock<std::mutex>& lock) {
+    std::shared_ptr<Job> job = pool().jobs.front();
+    pool().jobs.pop_front();
+    lock.unlock();
+    binder_status_t status = job->transaction();
+    lock.lock();
+    job->status = status;
+    job->done = true;
+    pool().changed.notify_all();
+}
+
+void poolThread() {
+    std::unique_lock<std::mutex> lock(pool().mutex);
+    for (;;) {
+        pool().changed.wait(lock, [] { return !pool().jobs.empty(); });
+        serveNext(lock);
+    }
+}
+
+void startPoolThreads() {
+    std::lock_guard<std::mutex> lock(pool().mutex);
+    if (pool().poolThreads > 0) return;
+    pool().poolThreads = pool().maxThreadCount;
+    for (uint32_t i = 0; i < pool().poolThreads; ++i) std::thread(poolThread).detach();
+}
+
+// Serves at most one call; false when the joined thread must leave the pool.
 bool serveOnce() {
     waitForWake();
     if (pool().signalled.exchange(false)) {
@@ -93,16 +120,7 @@ bool serveOnce() {
         pool().released = false;
         return false;
     }
-    if (pool().jobs.empty()) return true;
-    std::shared_ptr<Job> job = pool().jobs.front();
-    pool().jobs.pop_front();
-    job->state = Job::State::kRunning;
-    pool().changed.notify_all();
-    lock.unlock();
-    job->work();
-    lock.lock();
-    job->state = Job::State::kDone;
-    pool().changed.notify_all();
+    if (pool().poolThreads == 0 && !pool().jobs.empty()) serveNext(lock);
     return true;
 }
 
@@ -113,8 +131,6 @@ void onReleaseSignal(int /*signo*/) {
 
 }  // namespace
 
-void ABinderProcess_startThreadPool() {}
-
 bool ABinderProcess_setThreadPoolMaxThreadCount(uint32_t numThreads) {
     std::lock_guard<std::mutex> lock(pool().mutex);
     pool().maxThreadCount = numThreads;
@@ -122,61 +138,32 @@ bool ABinderProcess_setThreadPoolMaxThreadCount(uint32_t numThreads) {
 }
 
 void ABinderProcess_joinThreadPool() {
-    {
-        std::lock_guard<std::mutex> lock(pool().mutex);
-        ++pool().joined;
-        pool().changed.notify_all();
-    }
-    tJoined = true;
+    startPoolThreads();
     while (serveOnce()) {
     }
-    tJoined = false;
-    std::lock_guard<std::mutex> lock(pool().mutex);
-    --pool().joined;
 }
 
 namespace zenth_host {
 
-uint32_t threadPoolMaxThreadCount() {
-    std::lock_guard<std::mutex> lock(pool().mutex);
-    return pool().maxThreadCount;
+binder_status_t serveOnThreadPool(std::function<binder_status_t()> transaction, bool oneway) {
+    auto job = std::make_shared<Job>();
+    job->transaction = std::move(transaction);
+    std::unique_lock<std::mutex> lock(pool().mutex);
+    pool().jobs.push_back(job);
+    if (pool().poolThreads > 0) {
+        pool().changed.notify_all();
+    } else {
+        sem_post(&pool().wake);
+    }
+    if (oneway) return STATUS_OK;
+    pool().changed.wait(lock, [&] { return job->done; });
+    return job->status;
 }
 
 void releaseThreadPool() {
     std::lock_guard<std::mutex> lock(pool().mutex);
     pool().released = true;
     sem_post(&pool().wake);
-}
-
-void resetThreadPool() {
-    std::lock_guard<std::mutex> lock(pool().mutex);
-    pool().released = false;
-    pool().signalled.store(false);
-    pool().maxThreadCount = kDefaultMaxThreadCount;
-}
-
-bool waitForThreadPoolJoined(std::chrono::milliseconds timeout) {
-    std::unique_lock<std::mutex> lock(pool().mutex);
-    return pool().changed.wait_for(lock, timeout, [] { return pool().joined > 0; });
-}
-
-bool runOnThreadPool(const std::function<void()>& work, std::chrono::milliseconds timeout) {
-    if (tJoined) {
-        work();
-        return true;
-    }
-    auto job = std::make_shared<Job>();
-    job->work = work;
-    std::unique_lock<std::mutex> lock(pool().mutex);
-    pool().jobs.push_back(job);
-    sem_post(&pool().wake);
-    auto taken = [&] { return job->state != Job::State::kQueued; };
-    if (!pool().changed.wait_for(lock, timeout, taken)) {
-        pool().jobs.erase(std::find(pool().jobs.begin(), pool().jobs.end(), job));
-        return false;
-    }
-    pool().changed.wait(lock, [&] { return job->state == Job::State::kDone; });
-    return true;
 }
 
 void installThreadPoolReleaseSignal() {

@@ -21,10 +21,7 @@
 #include <chrono>
 #include <cinttypes>
 #include <cstdio>
-#include <functional>
 #include <thread>
-
-#include <zenth_host/binder_host.h>
 
 #include "ConsoleText.h"
 #include "FaultEvents.h"
@@ -36,7 +33,6 @@ using std::chrono::milliseconds;
 
 namespace {
 
-constexpr milliseconds kCallTimeout{10000};
 constexpr milliseconds kLookupInterval{10};
 constexpr const char* kPrompt = "zenth> ";
 
@@ -154,9 +150,9 @@ void Console::error(const std::string& message) {
     out_ << "error: " << message << '\n';
 }
 
-bool Console::serve(const std::function<void()>& call) {
-    if (zenth_host::runOnThreadPool(call, kCallTimeout)) return true;
-    error("the service did not take the call");
+bool Console::succeeded(const ndk::ScopedAStatus& status) {
+    if (status.isOk()) return true;
+    error(status.getDescription());
     return false;
 }
 
@@ -174,22 +170,20 @@ bool Console::nodeArguments(const Words& args, int32_t* deviceId, int32_t* nodeF
 
 void Console::initialize(const std::string&, const Words&) {
     ::aidl::vendor::zenth::hardware::misc::ZenthMiscStatus status;
-    if (serve([&] { service_->initialize(&status); })) out_ << status.status << '\n';
+    if (succeeded(service_->initialize(&status))) out_ << status.status << '\n';
 }
 
 void Console::isMiscNodeSupport(const std::string&, const Words& args) {
     int32_t deviceId, nodeFlag, result = 0;
     if (!nodeArguments(args, &deviceId, &nodeFlag)) return;
-    if (serve([&] { service_->isMiscNodeSupport(deviceId, nodeFlag, &result); })) {
-        out_ << result << '\n';
-    }
+    if (succeeded(service_->isMiscNodeSupport(deviceId, nodeFlag, &result))) out_ << result << '\n';
 }
 
 void Console::miscReadNodeFile(const std::string&, const Words& args) {
     int32_t deviceId, nodeFlag;
     std::string result;
     if (!nodeArguments(args, &deviceId, &nodeFlag)) return;
-    if (serve([&] { service_->miscReadNodeFile(deviceId, nodeFlag, &result); })) {
+    if (succeeded(service_->miscReadNodeFile(deviceId, nodeFlag, &result))) {
         out_ << escapeText(result) << '\n';
     }
 }
@@ -199,7 +193,7 @@ void Console::miscWriteNodeFile(const std::string& line, const Words& args) {
     std::string data, problem;
     if (!nodeArguments(args, &deviceId, &nodeFlag)) return;
     if (!unescapeText(textAfterWords(line, 3), &data, &problem)) return error(problem);
-    if (serve([&] { service_->miscWriteNodeFile(deviceId, nodeFlag, data, &result); })) {
+    if (succeeded(service_->miscWriteNodeFile(deviceId, nodeFlag, data, &result))) {
         out_ << result << '\n';
     }
 }
@@ -217,7 +211,7 @@ void Console::saveCalibrationData(const std::string&, const Words& args) {
         return error("length '" + args[2] + "' is not a 32-bit integer");
     }
     bool result = false;
-    if (serve([&] { service_->saveCalibrationData(type, data, length, &result); })) {
+    if (succeeded(service_->saveCalibrationData(type, data, length, &result))) {
         out_ << (result ? "true" : "false") << '\n';
     }
 }

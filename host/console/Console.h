@@ -14,11 +14,10 @@
  * limitations under the License.
  */
 
-// The console of the emulated phone: reads commands, calls IZenthMisc as a client does and
-// prints each result on a line of its own.
+// The console of the emulated phone: reads commands, calls IZenthMisc as a client in another
+// process does and prints each result on a line of its own.
 #pragma once
 
-#include <functional>
 #include <istream>
 #include <memory>
 #include <ostream>
@@ -35,7 +34,7 @@ class Console {
     Console(std::istream& in, std::ostream& out, bool interactive);
 
     // Waits until the service is registered, then serves commands until "quit" or the end
-    // of the input.
+    // of the input. The calling thread must act as a thread of a process of its own.
     void run();
 
   private:
@@ -47,8 +46,8 @@ class Console {
     // False when the line ends the session.
     bool execute(const std::string& line);
     void error(const std::string& message);
-    // Runs a call of the service on the thread that serves binder calls.
-    bool serve(const std::function<void()>& call);
+    // True for a call that succeeded; prints the status of one that did not.
+    bool succeeded(const ndk::ScopedAStatus& status);
 
     void initialize(const std::string& line, const Words& args);
     void isMiscNodeSupport(const std::string& line, const Words& args);

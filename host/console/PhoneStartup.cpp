@@ -99,13 +99,19 @@ __attribute__((constructor(101))) void preparePhone(int argc, char** argv, char*
     gOptions = options;
 }
 
-void runConsole() {
+void runSession() {
+    // A client of the daemon, in a process of its own as on a phone.
+    zenth_host::OutsideProcess client("console");
     if (gOptions->scriptFile.empty()) {
         Console(std::cin, std::cout, isatty(STDIN_FILENO) != 0).run();
     } else {
         std::ifstream script(gOptions->scriptFile);
         Console(script, std::cout, false).run();
     }
+}
+
+void runConsole() {
+    runSession();
     // Exiting runs the platform libraries' static destructors, which must not meet a
     // detached thread of the daemon in the middle of its work.
     waitUntilThreadsParked(kSettleTimeout);

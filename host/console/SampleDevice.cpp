@@ -74,6 +74,8 @@ const std::map<std::string, SampleNode>& sampleNodes() {
             {"/sys/class/leds/red/trigger", {"[none] timer\n", kWritable}},
             {"/sys/class/leds/red/color", {"ff0000\n", kWritable}},
             {"/sys/class/leds/red/led_num", {"1\n", kReadOnly}},
+            // Binary: it cannot travel as an interface String.
+            {"/sys/class/leds/red/effectdata", {"\x02\x10\xff\x80\x40\x01", kWritable}},
             {"/sys/class/leds/green/trigger", {"[none] timer\n", kWritable}},
             {"/sys/class/leds/green/led_num", {"1\n", kReadOnly}},
             {"/sys/class/leds/blue/trigger", {"[none] timer\n", kWritable}},
@@ -181,9 +183,10 @@ std::string fpgaOpInfoBlock() {
 }
 
 std::string exgpioArea() {
-    // i2c and rs differ from the previous counts, so the first start reports them.
-    return field("exgpio_info") + field("i2c:3") + field("rs:1") + field("pw:7") + field("rsv:0") +
-           field("pi2c:2") + field("prs:1");
+    // i2c and rs differ from the previous counts, so the first start reports them; but the
+    // leading text is still erased flash, which no interface String can carry.
+    return std::string(kFieldSize, '\xff') + field("i2c:3") + field("rs:1") + field("pw:7") +
+           field("rsv:0") + field("pi2c:2") + field("prs:1");
 }
 
 void seedReservePartition(const Seeder& seeder) {

@@ -57,12 +57,15 @@ std::string describe(const VendorAtomValue& value) {
 
 void ReporterTest::SetUp() {
     DeviceTest::SetUp();
-    misc::gFpgaStatsDeclared = false;
-    misc::gExgpioStatsDeclared = false;
+    fpgaDeclared_ = misc::gFpgaStatsDeclared;
+    exgpioDeclared_ = misc::gExgpioStatsDeclared;
     stats_ = ndk::SharedRefBase::make<zenth_host::FakeStats>();
 }
 
 void ReporterTest::TearDown() {
+    EXPECT_EQ(zenth_host::liveStatusCount(), 0u) << "a status object leaked";
+    misc::gFpgaStatsDeclared = fpgaDeclared_;
+    misc::gExgpioStatsDeclared = exgpioDeclared_;
     zenth_host::resetServiceManager();
     stats_.reset();
     DeviceTest::TearDown();
@@ -73,9 +76,9 @@ void ReporterTest::setService(Service service) {
     if (service != Service::NotDeclared) zenth_host::declareInstance(instance);
     // An undeclared service still runs: the reporter must not look past the manifest.
     if (service != Service::DeclaredNotRunning) {
+        zenth_host::OutsideProcess statsProcess("stats");
         ASSERT_EQ(AServiceManager_addService(stats_->asBinder().get(), instance.c_str()), EX_NONE);
     }
-    stats_->setFailing(service == Service::Failing);
 }
 
 std::vector<std::string> ReporterTest::describedAtoms() const {

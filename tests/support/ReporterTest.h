@@ -16,8 +16,9 @@
 
 #pragma once
 
-// ReporterTest: a DeviceTest with a recording statistics service, for the health reporters.
-// Each test starts with both reporters' declared flags cleared and an empty service manager.
+// ReporterTest: a DeviceTest with a recording statistics service in a process of its own, for
+// the health reporters. Each test starts with both reporters' declared flags as the program
+// starts them and an empty service manager, and fails if a status object outlives it.
 
 #include <functional>
 #include <memory>
@@ -31,7 +32,7 @@
 class ReporterTest : public DeviceTest {
   public:
     // How the statistics service looks to a reporter (tables of cases name these).
-    enum class Service { NotDeclared, DeclaredNotRunning, Running, Failing };
+    enum class Service { NotDeclared, DeclaredNotRunning, Running };
 
     // A 16-byte counter field holding `text` and zero bytes after it.
     static std::string field(const std::string& text);
@@ -43,7 +44,6 @@ class ReporterTest : public DeviceTest {
     void TearDown() override;
 
     void setService(Service service);
-    const std::shared_ptr<zenth_host::FakeStats>& fakeStats() const { return stats_; }
     std::vector<VendorAtom> atoms() const { return stats_->atoms(); }
     // The atoms received as "atomId 'text' int int ...", one string per atom; entries of
     // another kind than the reporters use show as "?".
@@ -59,4 +59,6 @@ class ReporterTest : public DeviceTest {
 
   private:
     std::shared_ptr<zenth_host::FakeStats> stats_;
+    bool fpgaDeclared_ = false;
+    bool exgpioDeclared_ = false;
 };

@@ -21,7 +21,6 @@
 
 #include <unistd.h>
 
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -29,6 +28,7 @@
 #include <thread>
 
 #include <aidl/vendor/zenth/hardware/misc/IZenthMisc.h>
+#include <android/binder_manager.h>
 #include <gtest/gtest.h>
 #include <zenth_host/binder_host.h>
 
@@ -36,7 +36,9 @@
 
 namespace {
 
-constexpr std::chrono::seconds kStartTimeout{60};
+std::string instanceName() {
+    return std::string(aidl::vendor::zenth::hardware::misc::IZenthMisc::descriptor) + "/default";
+}
 
 int gArgc = 0;
 char** gArgv = nullptr;
@@ -49,21 +51,17 @@ __attribute__((constructor(101))) void prepareDaemon(int argc, char** argv, char
     setenv("ZENTH_DEVICE_ROOT", ZENTH_TEST_DEVICE_FOLDER, 1);
     setenv("ZENTH_DEVICE_FAST_SLEEP", "1", 1);
     // The device manifest's declaration of the service.
-    const std::string instance =
-            std::string(aidl::vendor::zenth::hardware::misc::IZenthMisc::descriptor) + "/default";
-    setenv("ZENTH_HOST_DECLARED", instance.c_str(), 1);
+    setenv("ZENTH_HOST_DECLARED", instanceName().c_str(), 1);
     gArgc = argc;
     gArgv = argv;
 }
 
 void runTests() {
-    // Test registration ends with static initialisation, long before the daemon serves.
-    if (!zenth_host::waitForThreadPoolJoined(kStartTimeout)) {
-        std::fputs("the daemon did not start serving\n", stderr);
-        _exit(1);
-    }
-    // Switched on once the binder has client processes (calls then cross a parcel):
-    // zenth_host::OutsideProcess client;
+    // Test registration ends with static initialisation; the daemon registers from main.
+    ndk::SpAIBinder registered(AServiceManager_waitForService(instanceName().c_str()));
+    registered.set(nullptr);
+    // A client process of its own: calls cross a parcel to the daemon's thread pool.
+    zenth_host::OutsideProcess client;
     testing::InitGoogleTest(&gArgc, gArgv);
     int status = RUN_ALL_TESTS();
     // With no declared instance the suite runs nothing; here that is a failure.

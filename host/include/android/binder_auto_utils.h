@@ -15,14 +15,17 @@
  */
 
 /*
- * Owning wrappers of the binder NDK's C objects (host stand-in).
+ * Owning wrappers of the binder NDK's C objects (host stand-in, with the real header's
+ * semantics: moves swap or hand over, set() releases what was held without looking at it).
  */
 #pragma once
 
 #include <cstddef>
 #include <string>
+#include <utility>
 
 #include <android/binder_ibinder.h>
+#include <android/binder_parcel.h>
 #include <android/binder_status.h>
 
 namespace ndk {
@@ -30,39 +33,34 @@ namespace ndk {
 // Holds one strong reference to a binder.
 class SpAIBinder {
   public:
-    SpAIBinder() = default;
+    SpAIBinder() : mBinder(nullptr) {}
     // Takes over a reference the caller already owns.
     explicit SpAIBinder(AIBinder* binder) : mBinder(binder) {}
     SpAIBinder(std::nullptr_t) : SpAIBinder() {}  // NOLINT(google-explicit-constructor)
-    SpAIBinder(const SpAIBinder& other) : mBinder(other.mBinder) {
-        if (mBinder != nullptr) AIBinder_incStrong(mBinder);
-    }
-    SpAIBinder(SpAIBinder&& other) noexcept : mBinder(other.release()) {}
+    SpAIBinder(const SpAIBinder& other) { *this = other; }
     ~SpAIBinder() { set(nullptr); }
 
     SpAIBinder& operator=(const SpAIBinder& other) {
         if (this == &other) return *this;
-        if (other.mBinder != nullptr) AIBinder_incStrong(other.mBinder);
+        AIBinder_incStrong(other.mBinder);
         set(other.mBinder);
         return *this;
     }
+    SpAIBinder(SpAIBinder&& other) noexcept : mBinder(nullptr) {
+        std::swap(mBinder, other.mBinder);
+    }
     SpAIBinder& operator=(SpAIBinder&& other) noexcept {
-        if (this != &other) set(other.release());
+        std::swap(mBinder, other.mBinder);
         return *this;
     }
 
     // Drops the held reference and takes over binder's.
     void set(AIBinder* binder) {
         AIBinder* old = mBinder;
-        mBinder = binder;
         if (old != nullptr) AIBinder_decStrong(old);
+        mBinder = binder;
     }
     AIBinder* get() const { return mBinder; }
-    AIBinder* release() {
-        AIBinder* binder = mBinder;
-        mBinder = nullptr;
-        return binder;
-    }
     AIBinder** getR() { return &mBinder; }
 
     bool operator==(const SpAIBinder& rhs) const { return mBinder == rhs.mBinder; }
@@ -75,33 +73,37 @@ class SpAIBinder {
 
 namespace impl {
 
-// Owns one C resource and releases it with Destroy.
+// Owns one C resource and releases it with Destroy (which must accept DEFAULT).
 template <typename T, void (*Destroy)(T), T DEFAULT>
 class ScopedAResource {
   public:
-    explicit ScopedAResource(T t = DEFAULT) : mT(t) {}
+    explicit ScopedAResource(T a = DEFAULT) : mT(a) {}
     ~ScopedAResource() { set(DEFAULT); }
+
+    // Releases the held resource, whatever it is, and takes ownership of a.
+    void set(T a) {
+        Destroy(mT);
+        mT = a;
+    }
+    T get() const { return mT; }
+    T* getR() { return &mT; }
+
     ScopedAResource(const ScopedAResource&) = delete;
     ScopedAResource& operator=(const ScopedAResource&) = delete;
-    ScopedAResource(ScopedAResource&& other) noexcept : mT(other.release()) {}
+    ScopedAResource(ScopedAResource&& other) noexcept : mT(std::move(other.mT)) {
+        other.mT = DEFAULT;
+    }
     ScopedAResource& operator=(ScopedAResource&& other) noexcept {
-        if (this != &other) set(other.release());
+        set(other.mT);
+        other.mT = DEFAULT;
         return *this;
     }
 
-    void set(T t) {
-        if (t == mT) return;
-        T old = mT;
-        mT = t;
-        if (old != DEFAULT) Destroy(old);
-    }
-    T get() const { return mT; }
     T release() {
-        T t = mT;
+        T a = mT;
         mT = DEFAULT;
-        return t;
+        return a;
     }
-    T* getR() { return &mT; }
 
     bool operator==(const ScopedAResource& rhs) const { return mT == rhs.mT; }
     bool operator!=(const ScopedAResource& rhs) const { return mT != rhs.mT; }
@@ -112,9 +114,18 @@ class ScopedAResource {
 
 }  // namespace impl
 
-class ScopedAStatus : public impl::ScopedAResource<AStatus*, AStatus_delete, nullptr> {
+class ScopedAParcel : public impl::ScopedAResource<AParcel*, AParcel_delete, nullptr> {
+  public:
+    explicit ScopedAParcel(AParcel* a = nullptr) : ScopedAResource(a) {}
+    ~ScopedAParcel() {}
+    ScopedAParcel(ScopedAParcel&&) = default;
+    ScopedAParcel& operator=(ScopedAParcel&&) = default;
+};
+
+class [[nodiscard]] ScopedAStatus : public impl::ScopedAResource<AStatus*, AStatus_delete, nullptr> {
   public:
     explicit ScopedAStatus(AStatus* a = nullptr) : ScopedAResource(a) {}
+    ~ScopedAStatus() {}
     ScopedAStatus(ScopedAStatus&&) = default;
     ScopedAStatus& operator=(ScopedAStatus&&) = default;
 
@@ -155,6 +166,7 @@ class ScopedAIBinder_Weak
     : public impl::ScopedAResource<AIBinder_Weak*, AIBinder_Weak_delete, nullptr> {
   public:
     explicit ScopedAIBinder_Weak(AIBinder_Weak* a = nullptr) : ScopedAResource(a) {}
+    ~ScopedAIBinder_Weak() {}
     ScopedAIBinder_Weak(ScopedAIBinder_Weak&&) = default;
     ScopedAIBinder_Weak& operator=(ScopedAIBinder_Weak&&) = default;
 

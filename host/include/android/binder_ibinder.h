@@ -15,13 +15,15 @@
  */
 
 /*
- * Binder objects of the binder NDK (host stand-in). Every binder is local to the
- * process: there are no proxies and no transactions.
+ * Binder objects of the binder NDK (host stand-in). A binder belongs to the process of the
+ * thread that created it; another process holds a proxy of it, and calls through a proxy
+ * are transactions (zenth_host/binder_host.h tells how the host models processes).
  */
 #pragma once
 
 #include <stdint.h>
 
+#include <android/binder_parcel.h>
 #include <android/binder_status.h>
 
 #ifdef __cplusplus
@@ -44,41 +46,49 @@ typedef struct AIBinder_Weak AIBinder_Weak;
 struct AIBinder_Class;
 typedef struct AIBinder_Class AIBinder_Class;
 
-struct AParcel;
-typedef struct AParcel AParcel;
-
 typedef void* (*AIBinder_Class_onCreate)(void* args);
 typedef void (*AIBinder_Class_onDestroy)(void* userData);
 typedef binder_status_t (*AIBinder_Class_onTransact)(AIBinder* binder, transaction_code_t code,
                                                      const AParcel* in, AParcel* out);
 
 // Classes live for the whole process.
-AIBinder_Class* AIBinder_Class_define(const char* interfaceDescriptor,
-                                      AIBinder_Class_onCreate onCreate,
-                                      AIBinder_Class_onDestroy onDestroy,
-                                      AIBinder_Class_onTransact onTransact);
+__attribute__((warn_unused_result)) AIBinder_Class* AIBinder_Class_define(
+        const char* interfaceDescriptor, AIBinder_Class_onCreate onCreate,
+        AIBinder_Class_onDestroy onDestroy, AIBinder_Class_onTransact onTransact);
 const char* AIBinder_Class_getDescriptor(const AIBinder_Class* clazz);
 
 // Creates a binder holding onCreate(args) as its user data; the caller owns one strong reference.
-AIBinder* AIBinder_new(const AIBinder_Class* clazz, void* args);
+__attribute__((warn_unused_result)) AIBinder* AIBinder_new(const AIBinder_Class* clazz, void* args);
 
+// True for a proxy, a binder whose object lives in another process.
 bool AIBinder_isRemote(const AIBinder* binder);
 bool AIBinder_isAlive(const AIBinder* binder);
 binder_status_t AIBinder_ping(AIBinder* binder);
 
 void AIBinder_incStrong(AIBinder* binder);
 void AIBinder_decStrong(AIBinder* binder);
-int32_t AIBinder_debugGetRefCount(AIBinder* binder);
 
-// True when the binder's class has the same descriptor as clazz.
+// Local binder: true only for its own class. Proxy: takes the first class whose descriptor
+// its object has, then answers as a local binder does.
 bool AIBinder_associateClass(AIBinder* binder, const AIBinder_Class* clazz);
+// Null for a proxy not yet associated with a class.
 const AIBinder_Class* AIBinder_getClass(AIBinder* binder);
+// Null for a proxy.
 void* AIBinder_getUserData(AIBinder* binder);
 
-AIBinder_Weak* AIBinder_Weak_new(AIBinder* binder);
+// A new parcel for a call on binder, which must have a class; it starts with the interface
+// token that the receiving side checks.
+binder_status_t AIBinder_prepareTransaction(AIBinder* binder, AParcel** in);
+// Takes *in (and nulls it). Runs the object's onTransact where its process serves calls and
+// hands back the reply in *out. With FLAG_ONEWAY the caller learns only whether the call
+// could be delivered, never what the object answered.
+binder_status_t AIBinder_transact(AIBinder* binder, transaction_code_t code, AParcel** in,
+                                  AParcel** out, binder_flags_t flags);
+
+__attribute__((warn_unused_result)) AIBinder_Weak* AIBinder_Weak_new(AIBinder* binder);
 void AIBinder_Weak_delete(AIBinder_Weak* weakBinder);
 // A new strong reference, or null once the binder has died.
-AIBinder* AIBinder_Weak_promote(AIBinder_Weak* weakBinder);
+__attribute__((warn_unused_result)) AIBinder* AIBinder_Weak_promote(AIBinder_Weak* weakBinder);
 
 #ifdef __cplusplus
 }

@@ -19,11 +19,13 @@
  */
 #pragma once
 
+#include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 
 #include <android/binder_auto_utils.h>
@@ -31,24 +33,28 @@
 
 namespace ndk {
 
-// Base of every object shared through binder: it only ever lives in a std::shared_ptr.
+// Base of every object shared through binder. It lives only in the std::shared_ptr that
+// make() creates: it cannot be made with new, and destroying one that was never referenced
+// or that a second owner still holds aborts.
 class SharedRefBase {
   public:
     SharedRefBase() {}
-    virtual ~SharedRefBase() {}
+    virtual ~SharedRefBase() {
+        std::call_once(mFlagThis, [&] { fatal("no ref created during lifetime"); });
+        if (ref() != nullptr) fatal("destructed but still able to lock weak_ptr: double-owned");
+    }
     SharedRefBase(const SharedRefBase&) = delete;
     SharedRefBase& operator=(const SharedRefBase&) = delete;
 
     // The shared pointer owning this object; the first call creates it if make() did not.
-    template <typename T = SharedRefBase>
-    std::shared_ptr<T> ref() {
+    std::shared_ptr<SharedRefBase> ref() {
         std::shared_ptr<SharedRefBase> thiz = mThis.lock();
         std::call_once(mFlagThis, [&] { mThis = thiz = std::shared_ptr<SharedRefBase>(this); });
-        return std::static_pointer_cast<T>(thiz);
+        return thiz;
     }
-    template <typename T = SharedRefBase>
-    std::shared_ptr<const T> ref() const {
-        return const_cast<SharedRefBase*>(this)->ref<const T>();
+    template <typename CHILD>
+    std::shared_ptr<CHILD> ref() {
+        return std::static_pointer_cast<CHILD>(ref());
     }
 
     template <class T, class... Args>
@@ -57,7 +63,17 @@ class SharedRefBase {
         return t->template ref<T>();
     }
 
+    static void operator delete(void* p) { std::free(p); }
+
   private:
+    // Only make() may allocate, so that every object has exactly one owner.
+    static void* operator new(size_t s) { return std::malloc(s); }
+
+    [[noreturn]] static void fatal(const char* what) {
+        std::fprintf(stderr, "SharedRefBase: %s\n", what);
+        std::abort();
+    }
+
     std::once_flag mFlagThis;
     std::weak_ptr<SharedRefBase> mThis;
 };
@@ -78,7 +94,7 @@ class ICInterface : public SharedRefBase {
         return STATUS_OK;
     }
 
-    // The local object behind binder, or null for a binder this class did not create.
+    // The local object behind binder; null for a proxy or a binder this class did not create.
     static std::shared_ptr<ICInterface> asInterface(AIBinder* binder);
 
     // Defines the binder class of one interface; its binders own a reference to their object.
@@ -121,4 +137,27 @@ SpAIBinder BnCInterface<INTERFACE>::asBinder() {
     return binder;
 }
 
+// Client side of an interface whose object lives in another process.
+template <typename INTERFACE>
+class BpCInterface : public INTERFACE {
+  public:
+    explicit BpCInterface(const SpAIBinder& binder) : mBinder(binder) {}
+    virtual ~BpCInterface() {}
+
+    SpAIBinder asBinder() override final { return mBinder; }
+    bool isRemote() override final { return AIBinder_isRemote(mBinder.get()); }
+
+  private:
+    SpAIBinder mBinder;
+};
+
 }  // namespace ndk
+
+// std::make_shared would build a SharedRefBase with the global placement new, past the private
+// operator new, and a later ref() would then give the object a second owner. This overload
+// ties with the library's for exactly those types, so every such call fails to compile as
+// ambiguous instead.
+namespace std {
+template <typename T, typename... Args, enable_if_t<is_base_of_v<::ndk::SharedRefBase, T>, int> = 0>
+shared_ptr<T> make_shared(Args&&... args) = delete;
+}  // namespace std

@@ -15,7 +15,8 @@
  */
 
 /*
- * The service manager of the binder NDK (host stand-in: one in-process registry).
+ * The service manager of the binder NDK (host stand-in: one registry for every process of
+ * the host's model).
  */
 #pragma once
 
@@ -30,8 +31,9 @@ extern "C" {
 __attribute__((warn_unused_result)) binder_exception_t AServiceManager_addService(
         AIBinder* binder, const char* instance);
 
-// A new strong reference to the service, or null when it is not running. Never waits.
-AIBinder* AServiceManager_checkService(const char* instance);
+// A new strong reference to the service, or null when it is not running. Never waits. A
+// service of another process arrives as a proxy.
+__attribute__((warn_unused_result)) AIBinder* AServiceManager_checkService(const char* instance);
 
 // A new strong reference to the service, waiting for as long as it takes to be registered.
 __attribute__((warn_unused_result)) AIBinder* AServiceManager_waitForService(const char* instance);

@@ -15,7 +15,8 @@
  */
 
 /*
- * The binder thread pool of the binder NDK (host stand-in).
+ * The binder thread pool of the binder NDK (host stand-in): the threads that serve the calls
+ * other processes make on this process's binders.
  */
 #pragma once
 
@@ -26,7 +27,9 @@
 extern "C" {
 #endif
 
-void ABinderProcess_startThreadPool(void);
+// How many threads the process may start for the pool besides the ones that join it (15
+// unless set). On a device the driver asks for them as calls come in; the host starts them
+// all at the first join, and they then take every incoming call.
 bool ABinderProcess_setThreadPoolMaxThreadCount(uint32_t numThreads);
 // Lends the calling thread to the pool; on a device it never returns.
 void ABinderProcess_joinThreadPool(void);

@@ -74,12 +74,16 @@ enum {
 struct AStatus;
 typedef struct AStatus AStatus;
 
-AStatus* AStatus_newOk(void);
-AStatus* AStatus_fromExceptionCode(binder_exception_t exception);
-AStatus* AStatus_fromExceptionCodeWithMessage(binder_exception_t exception, const char* message);
-AStatus* AStatus_fromServiceSpecificError(int32_t serviceSpecific);
-AStatus* AStatus_fromServiceSpecificErrorWithMessage(int32_t serviceSpecific, const char* message);
-AStatus* AStatus_fromStatus(binder_status_t status);
+__attribute__((warn_unused_result)) AStatus* AStatus_newOk(void);
+__attribute__((warn_unused_result)) AStatus* AStatus_fromExceptionCode(binder_exception_t exception);
+__attribute__((warn_unused_result)) AStatus* AStatus_fromExceptionCodeWithMessage(
+        binder_exception_t exception, const char* message);
+__attribute__((warn_unused_result)) AStatus* AStatus_fromServiceSpecificError(
+        int32_t serviceSpecific);
+__attribute__((warn_unused_result)) AStatus* AStatus_fromServiceSpecificErrorWithMessage(
+        int32_t serviceSpecific, const char* message);
+// A failed transport status becomes EX_TRANSACTION_FAILED carrying it.
+__attribute__((warn_unused_result)) AStatus* AStatus_fromStatus(binder_status_t status);
 
 bool AStatus_isOk(const AStatus* status);
 binder_exception_t AStatus_getExceptionCode(const AStatus* status);
@@ -88,7 +92,7 @@ binder_status_t AStatus_getStatus(const AStatus* status);
 const char* AStatus_getMessage(const AStatus* status);
 
 // The returned text is released with AStatus_deleteDescription.
-const char* AStatus_getDescription(const AStatus* status);
+__attribute__((warn_unused_result)) const char* AStatus_getDescription(const AStatus* status);
 void AStatus_deleteDescription(const char* description);
 
 void AStatus_delete(AStatus* status);

@@ -15,7 +15,8 @@
  */
 
 /*
- * Host-only: a statistics service that records the vendor atoms it receives.
+ * Host-only: a statistics service that records the vendor atoms it receives. Register it
+ * from an OutsideProcess: on a device it lives in a process of its own.
  */
 #pragma once
 
@@ -34,16 +35,11 @@ class FakeStats : public ::aidl::android::frameworks::stats::BnStats {
   public:
     using VendorAtom = ::aidl::android::frameworks::stats::VendorAtom;
 
-    // Service-specific error answered while failing.
-    static constexpr int32_t kFailureError = 1;
-
     // The descriptor of IStats followed by "/default".
     static std::string instanceName();
 
     ndk::ScopedAStatus reportVendorAtom(const VendorAtom& in_vendorAtom) override;
 
-    // Every atom is recorded; while failing, the call answers with kFailureError.
-    void setFailing(bool failing);
     // While printing, each atom is written to stdout as one line.
     void setPrinting(bool printing);
 
@@ -55,7 +51,6 @@ class FakeStats : public ::aidl::android::frameworks::stats::BnStats {
     mutable std::mutex mMutex;
     mutable std::condition_variable mArrived;
     std::vector<VendorAtom> mAtoms;
-    bool mFailing = false;
     bool mPrinting = false;
 };
 

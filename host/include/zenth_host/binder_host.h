@@ -15,25 +15,45 @@
  */
 
 /*
- * Host-only controls of the in-process binder platform, for tests and host tools.
- * Product code never includes this header.
+ * Host-only controls of the binder platform, for tests and host tools. Product code never
+ * includes this header.
  *
- * A whole daemon process, which cannot call these, is set up from its environment
- * before main instead:
+ * Processes: the binary is the daemon's process, and so is every thread by default. A
+ * thread holding an OutsideProcess is a thread of another process while the guard lives. A
+ * binder belongs to the process of the thread that created it; looked up from another
+ * process it arrives as a proxy, and calls on it travel as transactions in parcels. The
+ * daemon's process serves them on its binder thread pool; another process serves them on
+ * the calling thread, which acts as a thread of that process for the call.
+ *
+ * A whole daemon process, which cannot call these, is set up from its environment before
+ * main instead:
  *   ZENTH_HOST_DECLARED="a,b"          declares the listed instances
  *   ZENTH_HOST_REFUSE_REGISTRATION=1   makes AServiceManager_addService refuse
- *   ZENTH_HOST_STATS=1 | error         runs a statistics service that prints each atom
- *                                      to stdout (and answers with an error for "error")
+ *   ZENTH_HOST_STATS=1                 runs, in a process of its own, a statistics service
+ *                                      that prints each atom to stdout
  * and SIGUSR1 releases ABinderProcess_joinThreadPool.
  */
 #pragma once
 
-#include <chrono>
-#include <cstdint>
-#include <functional>
+#include <cstddef>
+#include <memory>
 #include <string>
 
 namespace zenth_host {
+
+struct Process;
+
+// Makes the calling thread a thread of a new client process while it lives.
+class OutsideProcess {
+  public:
+    explicit OutsideProcess(const std::string& name = "client");
+    ~OutsideProcess();
+    OutsideProcess(const OutsideProcess&) = delete;
+    OutsideProcess& operator=(const OutsideProcess&) = delete;
+
+  private:
+    std::shared_ptr<Process> previous_;
+};
 
 // The service manifest: only declared instances are reported by AServiceManager_isDeclared.
 void declareInstance(const std::string& instance);
@@ -46,21 +66,10 @@ void setRegistrationRefused(bool refused);
 // declaration and the refusal.
 void resetServiceManager();
 
-// The last value given to ABinderProcess_setThreadPoolMaxThreadCount (15 before any call).
-uint32_t threadPoolMaxThreadCount();
-
 // Makes one ABinderProcess_joinThreadPool return: the one in progress, or else the next one.
 void releaseThreadPool();
 
-// Forgets a release nobody consumed and restores the default maximum thread count.
-void resetThreadPool();
-
-// Waits until some thread is inside ABinderProcess_joinThreadPool.
-bool waitForThreadPoolJoined(std::chrono::milliseconds timeout);
-
-// Runs job on a thread joined to the pool and waits for it to finish, as a binder call
-// would be served. Returns false, without running it, if no joined thread takes the job
-// within timeout. Called from the joined thread itself, runs job at once.
-bool runOnThreadPool(const std::function<void()>& job, std::chrono::milliseconds timeout);
+// Status objects made and not yet deleted, in every process: a leak shows here.
+size_t liveStatusCount();
 
 }  // namespace zenth_host

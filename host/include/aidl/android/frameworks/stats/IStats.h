@@ -41,10 +41,14 @@ class IStats : public ::ndk::ICInterface {
     static inline const std::string hash = "b0f3e0e5c4a2d9a1f7e4c3b2a190817263544536";
 
     static constexpr uint32_t TRANSACTION_reportVendorAtom = FIRST_CALL_TRANSACTION + 0;
+    static constexpr uint32_t TRANSACTION_getInterfaceVersion = FIRST_CALL_TRANSACTION + 16777214;
+    static constexpr uint32_t TRANSACTION_getInterfaceHash = FIRST_CALL_TRANSACTION + 16777213;
 
-    // The local object for a binder of this interface; null for no binder or another interface.
+    // The local object for a binder of this process, a BpStats for a binder of another one;
+    // null for no binder or another interface.
     static std::shared_ptr<IStats> fromBinder(const ::ndk::SpAIBinder& binder);
 
+    // oneway: the status tells only whether the atom could be sent.
     virtual ::ndk::ScopedAStatus reportVendorAtom(
             const ::aidl::android::frameworks::stats::VendorAtom& in_vendorAtom) = 0;
     virtual ::ndk::ScopedAStatus getInterfaceVersion(int32_t* _aidl_return) = 0;

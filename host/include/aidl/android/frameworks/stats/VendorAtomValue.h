@@ -19,6 +19,8 @@
  */
 #pragma once
 
+#include <android/binder_parcel.h>
+
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -36,6 +38,9 @@ class VendorAtomValue {
   public:
     typedef std::false_type fixed_size;
     static const char* descriptor;
+
+    binder_status_t readFromParcel(const AParcel* _aidl_parcel);
+    binder_status_t writeToParcel(AParcel* _aidl_parcel) const;
 
     enum class Tag : int32_t {
         intValue = 0,

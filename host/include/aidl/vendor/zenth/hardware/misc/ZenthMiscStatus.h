@@ -19,6 +19,8 @@
  */
 #pragma once
 
+#include <android/binder_parcel.h>
+
 #include <cstdint>
 #include <string>
 #include <tuple>
@@ -34,6 +36,9 @@ class ZenthMiscStatus {
   public:
     typedef std::false_type fixed_size;
     static const char* descriptor;
+
+    binder_status_t readFromParcel(const AParcel* _aidl_parcel);
+    binder_status_t writeToParcel(AParcel* _aidl_parcel) const;
 
     int32_t status = 0;
 

@@ -14,10 +14,18 @@
  * limitations under the License.
  */
 
-// Set-up that every host binary runs before main.
+// The daemon process's binder thread pool, as the host's binder and start-up use it.
 #pragma once
 
+#include <android/binder_status.h>
+
+#include <functional>
+
 namespace zenth_host {
+
+// Runs a transaction on a thread of the pool. Waits for its status, unless oneway: then
+// returns STATUS_OK as soon as it is queued.
+binder_status_t serveOnThreadPool(std::function<binder_status_t()> transaction, bool oneway);
 
 // SIGUSR1 then releases ABinderProcess_joinThreadPool.
 void installThreadPoolReleaseSignal();
