@@ -16,17 +16,22 @@
 
 #include "support/DeviceTest.h"
 
+#include <errno.h>
 #include <fcntl.h>
 #include <stdlib.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <condition_variable>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <mutex>
 #include <sstream>
+
+#include <android/log.h>
 
 #include "zenth_host/EmulatedDevice.h"
 
@@ -67,9 +72,59 @@ std::string readWhole(const std::string& path) {
 
 }  // namespace
 
+namespace zenth_test {
+
+struct CapturedLog {
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::vector<LogLine> lines;
+
+    template <typename Function>
+    auto locked(Function function) {
+        std::lock_guard<std::mutex> lock(mutex);
+        return function(lines);
+    }
+};
+
+}  // namespace zenth_test
+
+namespace {
+
+// liblog keeps one logger for the process and detached product threads may log at any
+// moment, so the logger stays installed and finds the current test's log under a lock.
+// Lines logged between tests go to stderr as liblog would print them.
+std::mutex gSinkMutex;
+zenth_test::CapturedLog* gSink = nullptr;
+
+void captureLogger(const struct __android_logger_data* data, const char* message) {
+    std::lock_guard<std::mutex> sinkLock(gSinkMutex);
+    if (gSink == nullptr) {
+        __android_log_stderr_logger(data, message);
+        return;
+    }
+    std::lock_guard<std::mutex> lock(gSink->mutex);
+    gSink->lines.push_back({data->priority, data->tag != nullptr ? data->tag : "", message});
+    gSink->changed.notify_all();
+}
+
+}  // namespace
+
+DeviceTest::DeviceTest() = default;
+DeviceTest::~DeviceTest() {
+    std::lock_guard<std::mutex> lock(gSinkMutex);
+    if (gSink == log_.get()) gSink = nullptr;
+}
+
 void DeviceTest::SetUp() {
     descriptorsAtStart_ = openDescriptorCount();
-    log_ = std::make_unique<zenth_test::LogCapture>();
+    log_ = std::make_unique<zenth_test::CapturedLog>();
+    // Every time: a released thread pool puts the host's own logger back.
+    __android_log_set_logger(captureLogger);
+    __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
+    {
+        std::lock_guard<std::mutex> lock(gSinkMutex);
+        gSink = log_.get();
+    }
     root_ = makeRootFolder();
     emulated::reset();
     emulated::sleeping::setMode(emulated::sleeping::Mode::Instant);
@@ -86,7 +141,6 @@ void DeviceTest::TearDown() {
     emulated::setRoot("");
     emulated::reset();
     removeTree(root_);
-    log_.reset();
 }
 
 std::string DeviceTest::hostPath(const std::string& devicePath) const {
@@ -201,15 +255,60 @@ void DeviceTest::expectPartitionUnchangedExcept(std::vector<Range> changed) cons
                            << unexpected.str();
 }
 
+std::vector<zenth_test::LogLine> DeviceTest::lines() const {
+    return log_->locked([](const std::vector<LogLine>& all) { return all; });
+}
+
+size_t DeviceTest::count(int priority, const std::string& tag, const std::string& message) const {
+    return log_->locked([&](const std::vector<LogLine>& all) {
+        return std::count_if(all.begin(), all.end(), [&](const LogLine& line) {
+            return line.priority == priority && line.tag == tag && line.message == message;
+        });
+    });
+}
+
+size_t DeviceTest::count(const std::string& message) const {
+    return log_->locked([&](const std::vector<LogLine>& all) {
+        return std::count_if(all.begin(), all.end(),
+                             [&](const LogLine& line) { return line.message == message; });
+    });
+}
+
+std::string DeviceTest::messages(const std::string& tag) const {
+    std::string out;
+    for (const LogLine& line : lines()) {
+        if (line.tag != tag) continue;
+        out += line.priority >= 2 && line.priority <= 7 ? "VDIWEF"[line.priority - 2] : '?';
+        out += " " + line.message + "\n";
+    }
+    return out;
+}
+
+bool DeviceTest::waitFor(const Predicate& predicate, std::chrono::milliseconds timeout) const {
+    std::unique_lock<std::mutex> lock(log_->mutex);
+    return log_->changed.wait_for(lock, timeout, [&] { return predicate(log_->lines); });
+}
+
 bool DeviceTest::waitFor(const std::string& message, size_t times,
                          std::chrono::milliseconds timeout) const {
-    return log_->waitFor(
-            [&](const std::vector<LogLine>& lines) {
+    return waitFor(
+            [&](const std::vector<LogLine>& all) {
                 return static_cast<size_t>(std::count_if(
-                               lines.begin(), lines.end(),
+                               all.begin(), all.end(),
                                [&](const LogLine& l) { return l.message == message; })) >= times;
             },
             timeout);
+}
+
+void DeviceTest::clearLog() {
+    log_->locked([](std::vector<LogLine>& all) {
+        all.clear();
+        return 0;
+    });
+}
+
+std::string DeviceTest::defaultTag() {
+    return program_invocation_short_name;
 }
 
 int DeviceTest::openDescriptorCount() {
