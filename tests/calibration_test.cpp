@@ -91,52 +91,43 @@ class CalibrationTest : public DeviceTest {
 
 // ---- The start ----
 
-struct StorageCase {
-    const char* name;
-    bool reserve;
-    bool ufs;
-};
+TEST_F(CalibrationTest, StartDetectsTheStorageAndReadsTheMatchingMotorRecord) {
+    for (bool ufs : {false, true}) {
+        for (bool reserve : {false, true}) {
+            SCOPED_TRACE(std::string(reserve ? "reserve" : "no reserve") +
+                         (ufs ? ", UFS" : ", eMMC"));
+            std::filesystem::remove(hostPath(kReservePartition));
+            std::filesystem::remove(hostPath(kUfsMarker));
+            if (reserve) {
+                createReservePartition();
+                writePartition(kMotorEmmc, motorRecord({11, 12, 13, 14, 15, 16}));
+                writePartition(kMotorUfs, motorRecord({21, 22, 23, 24, 25, 26}));
+            }
+            if (ufs) makeUfsStorage();
+            writeFile(kMotorNode, "");
+            clearLog();
 
-class StorageDetectionTest : public CalibrationTest,
-                             public ::testing::WithParamInterface<StorageCase> {};
+            auto service = startService();
 
-TEST_P(StorageDetectionTest, SetsTheFlagsAndReadsTheMatchingMotorRecord) {
-    const StorageCase& c = GetParam();
-    if (c.reserve) {
-        createReservePartition();
-        writePartition(kMotorEmmc, motorRecord({11, 12, 13, 14, 15, 16}));
-        writePartition(kMotorUfs, motorRecord({21, 22, 23, 24, 25, 26}));
+            const std::string log = serviceLog();
+            EXPECT_EQ(log.rfind(std::string("D gIsReserveIntegrate=") + (reserve ? "1" : "0") +
+                                        ", gIsEmmcStorage=" + (ufs ? "0" : "1") + "\n",
+                                0),
+                      0u);
+            EXPECT_EQ(gIsReserveIntegrate, reserve);
+            EXPECT_EQ(gIsEmmcStorage, !ufs);
+            EXPECT_EQ(readFile(kMotorNode), !reserve ? ""
+                                            : ufs    ? "21,22,23,24,25,26"
+                                                     : "11,12,13,14,15,16");
+            EXPECT_EQ(log.find("D motor") != std::string::npos, reserve);
+            if (reserve) expectPartitionUnchangedExcept();
+        }
     }
-    if (c.ufs) makeUfsStorage();
-    writeFile(kMotorNode, "");
-
-    auto service = startService();
-
-    const std::string log = serviceLog();
-    EXPECT_EQ(log.rfind(std::string("D gIsReserveIntegrate=") + (c.reserve ? "1" : "0") +
-                                ", gIsEmmcStorage=" + (c.ufs ? "0" : "1") + "\n",
-                        0),
-              0u);
-    EXPECT_EQ(gIsReserveIntegrate, c.reserve);
-    EXPECT_EQ(gIsEmmcStorage, !c.ufs);
-    EXPECT_EQ(readFile(kMotorNode), !c.reserve ? ""
-                                    : c.ufs    ? "21,22,23,24,25,26"
-                                               : "11,12,13,14,15,16");
-    EXPECT_EQ(log.find("D motor") != std::string::npos, c.reserve);
-    if (!c.reserve) return;
-    expectPartitionUnchangedExcept();
     // A later object never clears the flag of a running process.
     std::filesystem::remove(hostPath(kReservePartition));
     ndk::SharedRefBase::make<ZenthMisc>();
     EXPECT_TRUE(gIsReserveIntegrate);
 }
-
-INSTANTIATE_TEST_SUITE_P(Storage, StorageDetectionTest,
-                         ::testing::Values(StorageCase{"Emmc", true, false},
-                                           StorageCase{"Ufs", true, true},
-                                           StorageCase{"EmmcWithoutReserve", false, false},
-                                           StorageCase{"UfsWithoutReserve", false, true}),
-                         byName);
 
 // A fresh process: the reserve flag starts out clear, so a device without the partition
 // refuses motor calibration.
@@ -155,107 +146,98 @@ TEST_F(CalibrationTest, FreshDaemonWithoutReservePartitionRefusesMotorCalibratio
     EXPECT_NE(text.find("\nfalse\n"), std::string::npos) << text;
 }
 
-struct MotorRestoreCase {
-    const char* name;
-    std::string record;  // what the partition holds from the eMMC record's offset on
-    bool nodeExists;
-    std::string log;   // between the detection line and the magnetic cover's
-    const char* node;  // the motor driver's content afterwards
-};
-
-const MotorRestoreCase kMotorRestoreCases[] = {
-        {"Mixed", motorRecord({1, -2, 3, 0, 0, 7}), true,
-         "D motor calibration data 1,-2,3,0,0,7\nD write 12 bytes\n"
-         "D motor calbration data write count = 12\n",
-         "1,-2,3,0,0,7"},
-        {"OnlyLastValueSet", motorRecord({0, 0, 0, 0, 0, 1}), true,
-         "D motor calibration data 0,0,0,0,0,1\nD write 11 bytes\n"
-         "D motor calbration data write count = 11\n",
-         "0,0,0,0,0,1"},
-        // The partition ends one byte into the record: the unread values stay zero.
-        {"OneByteRead", "\x05", true,
-         "D motor calibration data 5,0,0,0,0,0\nD write 11 bytes\n"
-         "D motor calbration data write count = 11\n",
-         "5,0,0,0,0,0"},
-        {"AllZero", motorRecord({0, 0, 0, 0, 0, 0}), true,
-         "D motor calibration data 0,0,0,0,0,0\nD invalid motor hall cali data\n", ""},
-        {"NoMotorDriver", motorRecord({1, 2, 3, 4, 5, 6}), false,
-         "D motor calibration data 1,2,3,4,5,6\n" + openFailure(kMotorNode, ENOENT) +
-                 "D motor calbration data write count = -1\n",
-         nullptr},
-};
-
-class MotorRestoreTest : public CalibrationTest,
-                         public ::testing::WithParamInterface<MotorRestoreCase> {};
-
-TEST_P(MotorRestoreTest, WritesTheRecordAsTextOrRefusesAnEmptyOne) {
-    const MotorRestoreCase& c = GetParam();
-    writeFile(kReservePartition, std::string(kMotorEmmc, '\0') + c.record);
-    makeDir("/sys/class/motor");
-    if (c.nodeExists) writeFile(kMotorNode, "");
+TEST_F(CalibrationTest, StartWritesTheMotorRecordAsTextOrRefusesAnEmptyOne) {
+    struct Case {
+        std::string record;  // what the partition holds from the eMMC record's offset on
+        std::string log;     // between the detection line and the magnetic cover's
+        const char* node;    // the motor driver's content afterwards; nullptr: no driver
+    };
+    const Case cases[] = {
+            {motorRecord({1, -2, 3, 0, 0, 7}),
+             "D motor calibration data 1,-2,3,0,0,7\nD write 12 bytes\n"
+             "D motor calbration data write count = 12\n",
+             "1,-2,3,0,0,7"},
+            {motorRecord({0, 0, 0, 0, 0, 1}),
+             "D motor calibration data 0,0,0,0,0,1\nD write 11 bytes\n"
+             "D motor calbration data write count = 11\n",
+             "0,0,0,0,0,1"},
+            // The partition ends one byte into the record: the unread values stay zero.
+            {"\x05",
+             "D motor calibration data 5,0,0,0,0,0\nD write 11 bytes\n"
+             "D motor calbration data write count = 11\n",
+             "5,0,0,0,0,0"},
+            {motorRecord({0, 0, 0, 0, 0, 0}),
+             "D motor calibration data 0,0,0,0,0,0\nD invalid motor hall cali data\n", ""},
+            {motorRecord({1, 2, 3, 4, 5, 6}),
+             "D motor calibration data 1,2,3,4,5,6\n" + openFailure(kMotorNode, ENOENT) +
+                     "D motor calbration data write count = -1\n",
+             nullptr},
+    };
     // The other two steps find nothing and stay out of the way.
     writeFile(kTriStateData, "");
     writeFile(kMagneticData, "");
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.log);
+        writeFile(kReservePartition, std::string(kMotorEmmc, '\0') + c.record);
+        std::filesystem::remove_all(hostPath("/sys/class/motor"));
+        makeDir("/sys/class/motor");
+        if (c.node != nullptr) writeFile(kMotorNode, "");
+        clearLog();
 
-    auto service = startService();
+        auto service = startService();
 
-    EXPECT_EQ(serviceLog(), "D gIsReserveIntegrate=1, gIsEmmcStorage=1\n" + c.log + kNoMagneticFile);
-    EXPECT_EQ(exists(kMotorNode), c.nodeExists) << "the driver node was created";
-    if (c.nodeExists) {
-        EXPECT_EQ(readFile(kMotorNode), c.node);
+        EXPECT_EQ(serviceLog(),
+                  "D gIsReserveIntegrate=1, gIsEmmcStorage=1\n" + c.log + kNoMagneticFile);
+        EXPECT_EQ(exists(kMotorNode), c.node != nullptr) << "the driver node was created";
+        if (c.node != nullptr) {
+            EXPECT_EQ(readFile(kMotorNode), c.node);
+        }
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Records, MotorRestoreTest, ::testing::ValuesIn(kMotorRestoreCases), byName);
-
 // Tri-state key and magnetic cover: a persist file forwarded to its driver, cut to the
 // driver's length.
-struct ForwardCase {
-    const char* name;
-    std::string persistFile;
-    std::string driverNode;
-    std::optional<std::string> stored;  // nullopt: no persist file
-    std::string driverAfter;            // the driver starts out holding "keep"
-};
-
 std::string repeat(const std::string& piece, size_t size) {
     std::string text;
     while (text.size() < size) text += piece;
     return text.substr(0, size);
 }
 
-const ForwardCase kForwardCases[] = {
-        {"TriStateSeparators", kTriStateData, kTriStateNode, "12;34;56", "12,34,56"},
-        {"TriStateLongFileCut", kTriStateData, kTriStateNode, repeat("1;", 200), repeat("1,", 128)},
-        {"TriStateKeepsNul", kTriStateData, kTriStateNode, std::string("a;\0b;", 5),
-         std::string("a,\0b,", 5)},
-        {"TriStateOneByte", kTriStateData, kTriStateNode, ";", ",eep"},
-        {"TriStateEmptyFile", kTriStateData, kTriStateNode, "", "keep"},
-        {"MagneticLongFileCut", kMagneticData, kMagneticNode, "0123456789;b", "01234567"},
-        {"MagneticOneByte", kMagneticData, kMagneticNode, ";", ";eep"},
-        {"MagneticMissingFile", kMagneticData, kMagneticNode, std::nullopt, "keep"},
-};
+TEST_F(CalibrationTest, StartHandsTheStoredFilesToTheirDrivers) {
+    struct Case {
+        std::string persistFile;
+        std::string driverNode;
+        std::optional<std::string> stored;  // nullopt: no persist file
+        std::string driverAfter;            // the driver starts out holding "keep"
+    };
+    const Case cases[] = {
+            {kTriStateData, kTriStateNode, "12;34;56", "12,34,56"},
+            {kTriStateData, kTriStateNode, repeat("1;", 200), repeat("1,", 128)},
+            {kTriStateData, kTriStateNode, std::string("a;\0b;", 5), std::string("a,\0b,", 5)},
+            {kTriStateData, kTriStateNode, ";", ",eep"},
+            {kTriStateData, kTriStateNode, "", "keep"},
+            {kMagneticData, kMagneticNode, "0123456789;b", "01234567"},
+            {kMagneticData, kMagneticNode, ";", ";eep"},
+            {kMagneticData, kMagneticNode, std::nullopt, "keep"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.persistFile + " holding " + c.stored.value_or("nothing"));
+        std::filesystem::remove_all(hostPath(kPersistDir));
+        makeDir(kPersistDir);
+        if (c.stored) writeFile(c.persistFile, *c.stored);
+        writeFile(c.driverNode, "keep");
+        clearLog();
 
-class ForwardRestoreTest : public CalibrationTest,
-                           public ::testing::WithParamInterface<ForwardCase> {};
+        auto service = startService();
 
-TEST_P(ForwardRestoreTest, HandsTheStoredBytesToTheDriver) {
-    const ForwardCase& c = GetParam();
-    makeDir(kPersistDir);
-    if (c.stored) writeFile(c.persistFile, *c.stored);
-    writeFile(c.driverNode, "keep");
-
-    auto service = startService();
-
-    EXPECT_EQ(readFile(c.driverNode), c.driverAfter);
-    if (c.stored) {
-        EXPECT_EQ(readFile(c.persistFile), *c.stored) << "the stored file changed";
+        EXPECT_EQ(readFile(c.driverNode), c.driverAfter);
+        if (c.stored) {
+            EXPECT_EQ(readFile(c.persistFile), *c.stored) << "the stored file changed";
+        }
+        const bool magneticForwarded = c.driverNode == kMagneticNode && c.driverAfter != "keep";
+        EXPECT_EQ(serviceLog().find(kNoMagneticFile) == std::string::npos, magneticForwarded);
     }
-    const bool magneticForwarded = c.driverNode == kMagneticNode && c.driverAfter != "keep";
-    EXPECT_EQ(serviceLog().find(kNoMagneticFile) == std::string::npos, magneticForwarded);
 }
-
-INSTANTIATE_TEST_SUITE_P(Files, ForwardRestoreTest, ::testing::ValuesIn(kForwardCases), byName);
 
 // ---- saveCalibrationData ----
 
@@ -443,8 +425,8 @@ struct MotorStoreCase {
     rlim_t sizeLimit;  // of the partition image
     bool result;
     std::string log;  // after the first line
-    off_t written;    // -1: the partition is unchanged
-    size_t writtenLength;
+    off_t written;
+    size_t writtenLength;  // 0: the partition is unchanged
 };
 
 const MotorStoreCase kMotorStoreCases[] = {
@@ -455,11 +437,12 @@ const MotorStoreCase kMotorStoreCases[] = {
         {"ShortWrite", kMotorType, true, false, 24, kMotorEmmc + 1, true, "D write 1 bytes\n",
          kMotorEmmc, 1},
         {"WriteFails", kMotorType, true, false, 24, kMotorEmmc, false, "D write failed! size:-1\n",
-         -1, 0},
-        {"NoReserve", kMotorType, false, false, 24, RLIM_INFINITY, false, "D do nothing\n", -1, 0},
-        {"Short", kMotorType, true, false, 23, RLIM_INFINITY, false, "", -1, 0},
-        {"Long", kMotorType, true, false, 25, RLIM_INFINITY, false, "", -1, 0},
-        {"UnknownType", kMotorType + 1, true, false, 24, RLIM_INFINITY, false, "", -1, 0},
+         kMotorEmmc, 0},
+        {"NoReserve", kMotorType, false, false, 24, RLIM_INFINITY, false, "D do nothing\n",
+         kMotorEmmc, 0},
+        {"Short", kMotorType, true, false, 23, RLIM_INFINITY, false, "", kMotorEmmc, 0},
+        {"Long", kMotorType, true, false, 25, RLIM_INFINITY, false, "", kMotorEmmc, 0},
+        {"UnknownType", kMotorType + 1, true, false, 24, RLIM_INFINITY, false, "", kMotorEmmc, 0},
 };
 
 class MotorStoreTest : public CalibrationStoreTest,
@@ -483,9 +466,7 @@ TEST_P(MotorStoreTest, WritesTheRecordInPlace) {
     }
 
     EXPECT_EQ(serviceLog(), firstLine(c.type, static_cast<int32_t>(c.size), c.size) + c.log);
-    if (c.written >= 0) {
-        EXPECT_EQ(readPartition(c.written, c.writtenLength), record.substr(0, c.writtenLength));
-    }
+    EXPECT_EQ(readPartition(c.written, c.writtenLength), record.substr(0, c.writtenLength));
     expectPartitionUnchangedExcept({{c.written, c.writtenLength}});
     EXPECT_FALSE(exists(kTriStateData));
     EXPECT_FALSE(exists(kMagneticData));

@@ -36,8 +36,6 @@ constexpr off_t kFanRegionUfs = 5369856;
 constexpr off_t kRpmTable = 64;
 const std::string kReserveEmmc = "D gIsReserveIntegrate=1, gIsEmmcStorage=1\n";
 
-const auto byName = [](const auto& info) { return std::string(info.param.name); };
-
 class FanProbeTest : public DeviceTest {
   protected:
     // Runs the probe and returns its service-tag lines, less the destructor's last one.
@@ -51,69 +49,53 @@ class FanProbeTest : public DeviceTest {
     }
 };
 
-struct IdCase {
-    const char* name;
-    std::string hardwareId;  // the region's first 12 bytes
-    const char* deviceId;    // the node holds "x" before the probe
-};
-
-const IdCase kIdCases[] = {
-        {"Variant0001", "473918000001", "0"},   {"Variant0005", "473918000005", "0"},
-        {"Variant0003", "473918000003", "1"},   {"Variant0004", "473918000004", "1"},
-        {"UnknownEnding", "473918000002", "x"}, {"OtherPrefix", "573918000001", "x"},
-        {"PrefixOnly", "47391800", "x"},
-};
-
-class FanIdTest : public FanProbeTest, public ::testing::WithParamInterface<IdCase> {};
-
-TEST_P(FanIdTest, SelectsTheDeviceIdFromTheHardwareId) {
-    const IdCase& c = GetParam();
+TEST_F(FanProbeTest, HardwareIdSelectsTheDeviceId) {
+    const std::pair<std::string, const char*> cases[] = {
+            {"473918000001", "0"}, {"473918000005", "0"}, {"473918000003", "1"},
+            {"473918000004", "1"}, {"473918000002", "x"}, {"573918000001", "x"},
+            {"47391800", "x"},  // the node holds "x" before the probe
+    };
     createReservePartition();
-    writePartition(kFanRegionEmmc, c.hardwareId);
-    writeFile(kDeviceIdNode, "x");
-
-    const std::string outcome = c.deviceId[0] == 'x' ? "D invalid data\n"
-                                                     : std::string("D set fan device_id = ") +
-                                                               c.deviceId + "\nD write 1 bytes\n";
-    EXPECT_EQ(probe(), kReserveEmmc + "D fan device_id support = 1\nD read fan hw id = " +
-                               c.hardwareId + "\n" + outcome + "D fan rpm_table support = 0\n");
-    EXPECT_EQ(readFile(kDeviceIdNode), c.deviceId);
+    for (const auto& [hardwareId, deviceId] : cases) {
+        writePartition(kFanRegionEmmc, hardwareId + std::string(12 - hardwareId.size(), '\0'));
+        writeFile(kDeviceIdNode, "x");
+        const std::string outcome = deviceId[0] == 'x' ? "D invalid data\n"
+                                                       : std::string("D set fan device_id = ") +
+                                                                 deviceId + "\nD write 1 bytes\n";
+        EXPECT_EQ(probe(), kReserveEmmc + "D fan device_id support = 1\nD read fan hw id = " +
+                                   hardwareId + "\n" + outcome + "D fan rpm_table support = 0\n");
+        EXPECT_EQ(readFile(kDeviceIdNode), deviceId);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(HardwareIds, FanIdTest, ::testing::ValuesIn(kIdCases), byName);
 
 // A different variant and table in the other storage kind's region show which one is read;
 // the service object's flag claims the opposite storage, and the probe must not use it.
-class FanRegionTest : public FanProbeTest, public ::testing::WithParamInterface<bool> {};
-
-TEST_P(FanRegionTest, ReadsTheRegionOfTheStorageKindAndWritesNoPartitionByte) {
-    const bool ufs = GetParam();
+TEST_F(FanProbeTest, ReadsTheRegionOfItsStorageKindAndWritesNoPartitionByte) {
     createReservePartition();
-    const off_t region = ufs ? kFanRegionUfs : kFanRegionEmmc;
-    const off_t other = ufs ? kFanRegionEmmc : kFanRegionUfs;
-    writePartition(region, "473918000003");
-    writePartition(region + kRpmTable, "1000,2000");
-    writePartition(other, "473918000001");
-    writePartition(other + kRpmTable, "9999");
-    if (ufs) makeUfsStorage();
-    writeFile(kDeviceIdNode, "");
-    writeFile(kRpmTableNode, "");
-    gIsEmmcStorage = ufs;
+    for (bool ufs : {false, true}) {
+        const off_t region = ufs ? kFanRegionUfs : kFanRegionEmmc;
+        const off_t other = ufs ? kFanRegionEmmc : kFanRegionUfs;
+        writePartition(region, "473918000003");
+        writePartition(region + kRpmTable, std::string("1000,2000\0", 10));
+        writePartition(other, "473918000001");
+        writePartition(other + kRpmTable, std::string("9999\0", 5));
+        if (ufs) makeUfsStorage();
+        writeFile(kDeviceIdNode, "");
+        writeFile(kRpmTableNode, "");
+        gIsEmmcStorage = ufs;
 
-    const std::string log = probe();
-    gIsEmmcStorage = true;
+        const std::string log = probe();
+        gIsEmmcStorage = true;
 
-    EXPECT_EQ(log.rfind(std::string("D gIsReserveIntegrate=1, gIsEmmcStorage=") +
-                                (ufs ? "0" : "1") + "\n",
-                        0),
-              0u);
-    EXPECT_EQ(readFile(kDeviceIdNode), "1");
-    EXPECT_EQ(readFile(kRpmTableNode), "1000,2000");
-    expectPartitionUnchangedExcept();
+        EXPECT_EQ(log.rfind(std::string("D gIsReserveIntegrate=1, gIsEmmcStorage=") +
+                                    (ufs ? "0" : "1") + "\n",
+                            0),
+                  0u);
+        EXPECT_EQ(readFile(kDeviceIdNode), "1");
+        EXPECT_EQ(readFile(kRpmTableNode), "1000,2000");
+        expectPartitionUnchangedExcept();
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Storage, FanRegionTest, ::testing::Bool(),
-                         [](const auto& info) { return info.param ? "Ufs" : "Emmc"; });
 
 TEST_F(FanProbeTest, RpmTableIsWrittenAsTextUpToItsEnd) {
     struct Case {

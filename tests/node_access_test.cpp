@@ -45,8 +45,6 @@ std::string openFailure(const std::string& path, int error) {
     return "D open " + path + " failed! err:" + std::strerror(error) + "\n";
 }
 
-const auto byName = [](const auto& info) { return std::string(info.param.name); };
-
 class NodeAccessTest : public DeviceTest {
   protected:
     void SetUp() override {
@@ -235,43 +233,38 @@ std::string entryLine(int32_t deviceId, int32_t flag) {
     return "D in_deviceId = " + std::to_string(deviceId) + ",in_nodeFlag = " + std::to_string(flag);
 }
 
-struct NodeReadCase {
-    const char* name;
-    int32_t deviceId;
-    int32_t flag;
-    std::string path;  // created holding `content`
-    std::string content;
-    std::string expected;
-    std::string log;  // after the entry line; "-": not compared
-};
-
-const NodeReadCase kNodeReadCases[] = {
-        {"NewlineKept", 0, 185, kBrightness, "1\n", "1\n", "D cb_data = 1\n\n"},
-        {"StopsAtNul", 0, 40, "/proc/colorctrl/color_ctrl", std::string("ab\0cd", 5), "ab",
-         "D cb_data = ab\n"},
-        {"Instance", 7, 400, "/sys/class/leds/fan/speed7", "3000", "3000", "D cb_data = 3000\n"},
-        {"InstanceMissing", 5, 185, kBrightness, "1", "",
-         openFailure(kBrightness + "5", ENOENT) + "D cb_data = \n"},
-        {"Directory", 0, 82, "/proc/devinfo/lcd", "x", "",
-         "D read no content! size:-1\nD cb_data = \n"},
-        {"UnknownFlag", 0, 322, kBrightness, "1", "", "E nodeFlag is not support\n"},
-        // The row's own length bounds the text; the log cuts such a line short.
-        {"FullBuffer", 0, 146, "/proc/cs_press/health_info", std::string(20490, 'h'),
-         std::string(20480, 'h'), "-"},
-};
-
-class NodeReadTest : public NodeAccessTest, public ::testing::WithParamInterface<NodeReadCase> {};
-
-TEST_P(NodeReadTest, ReturnsTheTextUpToNulWithinTheRowsLength) {
-    const NodeReadCase& c = GetParam();
-    writeFile(c.path, c.content);
-    EXPECT_EQ(read(c.deviceId, c.flag), c.expected);
-    if (c.log != "-") {
-        EXPECT_EQ(messages(kMiscLogTag), entryLine(c.deviceId, c.flag) + "\n" + c.log);
+TEST_F(NodeAccessTest, ReadReturnsTheTextUpToNulWithinTheRowsLength) {
+    struct Case {
+        int32_t deviceId;
+        int32_t flag;
+        std::string path;  // created holding `content`
+        std::string content;
+        std::string expected;
+        std::string log;  // after the entry line; "-": not compared
+    };
+    const Case cases[] = {
+            {0, 185, kBrightness, "1\n", "1\n", "D cb_data = 1\n\n"},
+            {0, 40, "/proc/colorctrl/color_ctrl", std::string("ab\0cd", 5), "ab",
+             "D cb_data = ab\n"},
+            {7, 400, "/sys/class/leds/fan/speed7", "3000", "3000", "D cb_data = 3000\n"},
+            {5, 185, kBrightness, "1", "",
+             openFailure(kBrightness + "5", ENOENT) + "D cb_data = \n"},
+            {0, 82, "/proc/devinfo/lcd", "x", "", "D read no content! size:-1\nD cb_data = \n"},
+            {0, 322, kBrightness, "1", "", "E nodeFlag is not support\n"},
+            // The row's own length bounds the text; the log cuts such a line short.
+            {0, 146, "/proc/cs_press/health_info", std::string(20490, 'h'), std::string(20480, 'h'),
+             "-"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.path);
+        writeFile(c.path, c.content);
+        clearLog();
+        EXPECT_EQ(read(c.deviceId, c.flag), c.expected);
+        if (c.log != "-") {
+            EXPECT_EQ(messages(kMiscLogTag), entryLine(c.deviceId, c.flag) + "\n" + c.log);
+        }
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(Rows, NodeReadTest, ::testing::ValuesIn(kNodeReadCases), byName);
 
 TEST_F(NodeAccessTest, ReservePartitionRowsShowThePrintableBytesOfTheirRecords) {
     EXPECT_EQ(read(0, 289), "");
@@ -296,52 +289,44 @@ TEST_F(NodeAccessTest, ReservePartitionRowsShowThePrintableBytesOfTheirRecords) 
     expectPartitionUnchangedExcept();
 }
 
-struct NodeWriteCase {
-    const char* name;
-    int32_t deviceId;
-    int32_t flag;
-    std::string data;
-    int32_t result;
-    std::string path;  // created holding `before` with `mode`
-    std::string before;
-    std::string after;
-    std::string log;  // after the entry line
-    mode_t mode = 0644;
-};
-
-const NodeWriteCase kNodeWriteCases[] = {
-        {"NulInMiddle", 0, 185, std::string("ab\0cd", 5), 2, kBrightness, "", "ab",
-         "D write 2 bytes\n"},
-        {"OnlyNul", 0, 185, std::string(1, '\0'), 0, kBrightness, "old", "old", "D write 0 bytes\n"},
-        {"NoTruncation", 0, 123, "0", 1,
-         "/mnt/vendor/persist/engineermode/tri_state_hall_calib_flag", "11", "01",
-         "D write 1 bytes\n"},
-        {"BeyondMaxLen", 0, 185, std::string(300, '7'), 300, kBrightness, "", std::string(300, '7'),
-         "D write 300 bytes\n"},
-        {"Instance", 4, 400, "2", 1, "/sys/class/leds/fan/speed4", "", "2", "D write 1 bytes\n"},
-        {"InstanceMissing", 9, 185, "1", -1, kBrightness, "0", "0",
-         openFailure(kBrightness + "9", ENOENT)},
-        {"ReadOnly", 0, 185, "1", -1, kBrightness, "0", "0", openFailure(kBrightness, EACCES), 0444},
-        {"Directory", 0, 82, "1", -1, "/proc/devinfo/lcd", "x", "x",
-         openFailure("/proc/devinfo", EISDIR)},
-        {"UnknownFlag", 0, 322, "1", -1, kBrightness, "0", "0", "E nodeFlag is not support\n"},
-        {"EmptyLogsNothing", 0, 185, "", -1, kBrightness, "0", "0", ""},
-};
-
-class NodeWriteTest : public NodeAccessTest, public ::testing::WithParamInterface<NodeWriteCase> {};
-
-TEST_P(NodeWriteTest, WritesTheTextUpToNulWithoutTruncating) {
-    const NodeWriteCase& c = GetParam();
-    writeFile(c.path, c.before, c.mode);
-    EXPECT_EQ(write(c.deviceId, c.flag, c.data), c.result);
-    EXPECT_EQ(readFile(c.path), c.after);
-    const std::string text = c.data.c_str();
-    const std::string entry = entryLine(c.deviceId, c.flag) + ",data = " + text +
-                              ",len = " + std::to_string(text.size()) + "\n";
-    EXPECT_EQ(messages(kMiscLogTag), (c.data.empty() ? "" : entry) + c.log);
+TEST_F(NodeAccessTest, WriteWritesTheTextUpToNulWithoutTruncating) {
+    struct Case {
+        int32_t deviceId;
+        int32_t flag;
+        std::string data;
+        int32_t result;
+        std::string path;  // created holding `before` with `mode`
+        std::string before;
+        std::string after;
+        std::string log;  // after the entry line
+        mode_t mode = 0644;
+    };
+    const std::string kFlagFile = "/mnt/vendor/persist/engineermode/tri_state_hall_calib_flag";
+    const Case cases[] = {
+            {0, 185, std::string("ab\0cd", 5), 2, kBrightness, "", "ab", "D write 2 bytes\n"},
+            {0, 185, std::string(1, '\0'), 0, kBrightness, "old", "old", "D write 0 bytes\n"},
+            {0, 123, "0", 1, kFlagFile, "11", "01", "D write 1 bytes\n"},
+            {0, 185, std::string(300, '7'), 300, kBrightness, "", std::string(300, '7'),
+             "D write 300 bytes\n"},
+            {4, 400, "2", 1, "/sys/class/leds/fan/speed4", "", "2", "D write 1 bytes\n"},
+            {9, 185, "1", -1, kBrightness, "0", "0", openFailure(kBrightness + "9", ENOENT)},
+            {0, 185, "1", -1, kBrightness, "0", "0", openFailure(kBrightness, EACCES), 0444},
+            {0, 82, "1", -1, "/proc/devinfo/lcd", "x", "x", openFailure("/proc/devinfo", EISDIR)},
+            {0, 322, "1", -1, kBrightness, "0", "0", "E nodeFlag is not support\n"},
+            {0, 185, "", -1, kBrightness, "0", "0", ""},  // empty data logs nothing
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.log);
+        writeFile(c.path, c.before, c.mode);
+        clearLog();
+        EXPECT_EQ(write(c.deviceId, c.flag, c.data), c.result);
+        EXPECT_EQ(readFile(c.path), c.after);
+        const std::string text = c.data.c_str();
+        const std::string entry = entryLine(c.deviceId, c.flag) + ",data = " + text +
+                                  ",len = " + std::to_string(text.size()) + "\n";
+        EXPECT_EQ(messages(kMiscLogTag), (c.data.empty() ? "" : entry) + c.log);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Rows, NodeWriteTest, ::testing::ValuesIn(kNodeWriteCases), byName);
 
 TEST_F(NodeAccessTest, ReservePartitionRowsWriteOnlyTheEnableInfo) {
     createReservePartition();

@@ -46,9 +46,6 @@ struct LogLine {
     std::string message;
 };
 
-// The lines a test captured.
-struct CapturedLog;
-
 }  // namespace zenth_test
 
 class DeviceTest : public ::testing::Test {
@@ -58,7 +55,6 @@ class DeviceTest : public ::testing::Test {
     using Predicate = std::function<bool(const std::vector<LogLine>&)>;
     static constexpr std::chrono::milliseconds kWait = zenth_test::kWait;
 
-    DeviceTest();
     ~DeviceTest() override;
 
     static constexpr const char* kReservePartition = "/dev/block/by-name/zenthreserve1";
@@ -76,8 +72,8 @@ class DeviceTest : public ::testing::Test {
 
     // ---- Device files ----
     const std::string& rootFolder() const { return root_; }
-    // Where a device path lives on the host (fails the test for a path the device does
-    // not map, such as "/data/x").
+    // Where a device path lives on the host. A path the device does not map, such as
+    // "/data/x", fails the test and resolves to a place inside the root folder.
     std::string hostPath(const std::string& devicePath) const;
     // Creates missing parent directories (0755) and sets the file's mode.
     void writeFile(const std::string& devicePath, const std::string& bytes,
@@ -139,7 +135,7 @@ class DeviceTest : public ::testing::Test {
 
   private:
     std::string root_;
-    std::unique_ptr<zenth_test::CapturedLog> log_;
+    std::vector<LogLine> log_;  // guarded by the logger's lock
     std::string partitionBaseline_;
     int descriptorsAtStart_ = 0;
 };
