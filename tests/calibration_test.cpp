@@ -26,8 +26,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <optional>
 #include <string>
 #include <vector>
@@ -67,8 +65,6 @@ std::string motorRecord(const std::array<int32_t, 6>& values) {
 std::string openFailure(const std::string& path, int error) {
     return "D open " + path + " failed! err:" + std::strerror(error) + "\n";
 }
-
-const auto byName = [](const auto& info) { return std::string(info.param.name); };
 
 class CalibrationTest : public DeviceTest {
   protected:
@@ -133,17 +129,16 @@ TEST_F(CalibrationTest, StartDetectsTheStorageAndReadsTheMatchingMotorRecord) {
 // refuses motor calibration.
 TEST_F(CalibrationTest, FreshDaemonWithoutReservePartitionRefusesMotorCalibration) {
     writeFile(kMotorNode, "");  // a device folder that is not empty is used as it is
-    const std::string out = rootFolder() + ".out";
-    const std::string command = "echo 'saveCalibrationData motor i32:1,2,3,4,5,6' | " +
-                                std::string(ZENTH_PHONE_BINARY) + " --fast-sleep --device " +
-                                rootFolder() + " >" + out + " 2>&1";
-    std::system(command.c_str());
-    std::ifstream in(out);
-    const std::string text{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-    std::remove(out.c_str());
-    EXPECT_NE(text.find("gIsReserveIntegrate=0, gIsEmmcStorage=1"), std::string::npos) << text;
-    EXPECT_NE(text.find("do nothing"), std::string::npos) << text;
-    EXPECT_NE(text.find("\nfalse\n"), std::string::npos) << text;
+    std::system(("echo 'saveCalibrationData motor i32:1,2,3,4,5,6' | " +
+                 std::string(ZENTH_PHONE_BINARY) + " --fast-sleep --device " + rootFolder() + " >" +
+                 hostPath("out") + " 2>" + hostPath("log"))
+                        .c_str());
+    EXPECT_EQ(readFile("out"), "false\n");
+    const std::string log = readFile("log");
+    EXPECT_NE(log.find(": gIsReserveIntegrate=0, gIsEmmcStorage=1\n"), std::string::npos) << log;
+    EXPECT_NE(log.find(" D vendor.zenth.hardware.ZenthMisc-V1-service: do nothing\n"),
+              std::string::npos)
+            << log;
 }
 
 TEST_F(CalibrationTest, StartWritesTheMotorRecordAsTextOrRefusesAnEmptyOne) {
@@ -299,180 +294,156 @@ TEST_F(CalibrationStoreTest, InvalidLengthsAreRefusedWithoutTouchingTheFiles) {
     EXPECT_FALSE(exists(kTriStateFlag));
 }
 
-// The two kinds kept in persist files.
-struct FileKind {
-    const char* name;
-    int32_t type;
-    std::string data;
-    std::string flag;
-    std::string announcement;  // with the count line's start
-};
-
-const FileKind kTriState = {"TriState", kTriStateType, kTriStateData, kTriStateFlag,
-                            "D saveTriCalibrationData \nD chmod result ret = 0\n"
-                            "D saveTriCalibrationData write TriHallCalibrationData count = "};
-const FileKind kMagnetic = {
-        "Magnetic", kMagneticType, kMagneticData, kMagneticFlag,
-        "D saveMagneticCoverCalibrationData \nD chmod result ret = 0\n"
-        "D saveMagneticCoverCalibrationData write saveMagneticCoverCalibrationData count = "};
-
-class FileStoreTest : public CalibrationStoreTest, public ::testing::WithParamInterface<FileKind> {};
-
-TEST_P(FileStoreTest, ReplacesAndSyncsTheDataAndSetsTheFlag) {
-    const FileKind& kind = GetParam();
-    // Earlier files, longer than the new data and with modes the store must correct.
-    writeFile(kind.data, std::string(5000, 'x'), 0600);
-    writeFile(kind.flag, "0\n", 0600);
+TEST_F(CalibrationStoreTest, FileKindsReplaceAndSyncTheirDataAndSetTheirFlag) {
+    struct Kind {
+        int32_t type;
+        std::string data;
+        std::string flag;
+        std::string announcement;  // with the count line's start
+    };
+    const Kind kinds[] = {
+            {kTriStateType, kTriStateData, kTriStateFlag,
+             "D saveTriCalibrationData \nD chmod result ret = 0\n"
+             "D saveTriCalibrationData write TriHallCalibrationData count = "},
+            {kMagneticType, kMagneticData, kMagneticFlag,
+             "D saveMagneticCoverCalibrationData \nD chmod result ret = 0\n"
+             "D saveMagneticCoverCalibrationData write saveMagneticCoverCalibrationData count = "},
+    };
     start();
-    for (size_t size : {4096, 1}) {
+    for (const Kind& kind : kinds) {
+        // Earlier files, longer than the new data and with modes the store must correct.
+        writeFile(kind.data, std::string(5000, 'x'), 0600);
+        writeFile(kind.flag, "0\n", 0600);
+        for (size_t size : {4096, 1}) {
+            SCOPED_TRACE(kind.data + " " + std::to_string(size));
+            clearLog();
+            const size_t synced = emulated::syncedFiles().size();
+            const std::vector<uint8_t> data = pattern(size);
+
+            EXPECT_TRUE(save(kind.type, data));
+
+            EXPECT_EQ(readFile(kind.data), std::string(data.begin(), data.end()));
+            EXPECT_EQ(readFile(kind.flag), "1");
+            EXPECT_EQ(modeOf(kind.data), 0664u);
+            EXPECT_EQ(modeOf(kind.flag), 0664u);
+            const std::vector<std::string> all = emulated::syncedFiles();
+            EXPECT_EQ(std::vector<std::string>(all.begin() + synced, all.end()),
+                      (std::vector<std::string>{hostPath(kind.data), hostPath(kind.flag)}));
+            EXPECT_EQ(serviceLog(), firstLine(kind.type, static_cast<int32_t>(size), size) +
+                                            kind.announcement + std::to_string(size) +
+                                            "\nD chmod result ret = 0\n");
+        }
+    }
+}
+
+TEST_F(CalibrationStoreTest, FileStoreReportsFailuresAndKeepsWhatWasStored) {
+    enum Fault { NoPersistDir, DataWriteFails, ShortDataWrite, FlagIsDirectory, FlagWriteFails };
+    struct Case {
+        Fault fault;
+        bool result;
+        std::string log;                  // after the first line and the announcement
+        std::optional<std::string> data;  // nullopt: no data file
+        std::optional<std::string> flag;  // nullopt: no flag file
+    };
+    const std::string sent = "0123456789";
+    const std::string chmod = "D chmod result ret = 0\n";
+    const std::string count = "D saveTriCalibrationData write TriHallCalibrationData count = ";
+    const Case cases[] = {
+            {NoPersistDir, false, openFailure(kTriStateData, ENOENT) + count + "0\n", std::nullopt,
+             std::nullopt},
+            // An earlier calibration's flag stays; the data file stays truncated.
+            {DataWriteFails, false, chmod + "D write failed! length:10\n" + count + "-1\n", "", "1"},
+            {ShortDataWrite, true, chmod + count + "3\n" + chmod, "012", "1"},
+            {FlagIsDirectory, true, chmod + count + "10\n" + openFailure(kTriStateFlag, EISDIR),
+             sent, std::nullopt},
+            {FlagWriteFails, true, chmod + count + "10\n" + chmod + "D write failed! length:1\n",
+             sent, std::nullopt},
+    };
+    start();
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.log);
+        std::filesystem::remove_all(hostPath(kPersistDir));
+        if (c.fault != NoPersistDir) makeDir(kPersistDir);
+        if (c.fault == DataWriteFails) {
+            writeFile(kTriStateData, "earlier");
+            writeFile(kTriStateFlag, "1");
+        }
+        if (c.fault == FlagIsDirectory) makeDir(kTriStateFlag);
+        // A device of its own that fails every write with ENOSPC, like /dev/full.
+        if (c.fault == FlagWriteFails &&
+            mknod(hostPath(kTriStateFlag).c_str(), S_IFCHR | 0666, makedev(1, 7)) != 0) {
+            GTEST_SKIP() << "cannot create a device node here: " << std::strerror(errno);
+        }
         clearLog();
-        const size_t synced = emulated::syncedFiles().size();
-        const std::vector<uint8_t> data = pattern(size);
 
-        EXPECT_TRUE(save(kind.type, data));
+        bool result;
+        {
+            FileSizeLimit limit(c.fault == DataWriteFails   ? 0
+                                : c.fault == ShortDataWrite ? 3
+                                                            : RLIM_INFINITY);
+            result = save(kTriStateType, bytesOf(sent));
+        }
 
-        EXPECT_EQ(readFile(kind.data), std::string(data.begin(), data.end()));
-        EXPECT_EQ(readFile(kind.flag), "1");
-        EXPECT_EQ(modeOf(kind.data), 0664u);
-        EXPECT_EQ(modeOf(kind.flag), 0664u);
-        const std::vector<std::string> all = emulated::syncedFiles();
-        EXPECT_EQ(std::vector<std::string>(all.begin() + synced, all.end()),
-                  (std::vector<std::string>{hostPath(kind.data), hostPath(kind.flag)}));
-        EXPECT_EQ(serviceLog(), firstLine(kind.type, static_cast<int32_t>(size), size) +
-                                        kind.announcement + std::to_string(size) +
-                                        "\nD chmod result ret = 0\n");
+        EXPECT_EQ(result, c.result);
+        EXPECT_EQ(serviceLog(),
+                  firstLine(kTriStateType, 10, 10) + "D saveTriCalibrationData \n" + c.log);
+        EXPECT_EQ(exists(kTriStateData), c.data.has_value());
+        if (c.data) {
+            EXPECT_EQ(readFile(kTriStateData), *c.data);
+        }
+        if (c.flag) {
+            EXPECT_EQ(readFile(kTriStateFlag), *c.flag);
+        }
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Kinds, FileStoreTest, ::testing::Values(kTriState, kMagnetic), byName);
-
-enum class Fault { NoPersistDir, DataWriteFails, ShortDataWrite, FlagIsDirectory, FlagWriteFails };
-
-struct FaultCase {
-    const char* name;
-    Fault fault;
-    bool result;
-    std::string log;                  // after the first line and the announcement
-    std::optional<std::string> data;  // nullopt: no data file
-    std::optional<std::string> flag;  // nullopt: no flag file
-};
-
-const std::string kSent = "0123456789";
-const std::string kChmod = "D chmod result ret = 0\n";
-const std::string kCount = "D saveTriCalibrationData write TriHallCalibrationData count = ";
-
-const FaultCase kFaultCases[] = {
-        {"NoPersistDir", Fault::NoPersistDir, false,
-         openFailure(kTriStateData, ENOENT) + kCount + "0\n", std::nullopt, std::nullopt},
-        // An earlier calibration's flag stays; the data file stays truncated.
-        {"DataWriteFails", Fault::DataWriteFails, false,
-         kChmod + "D write failed! length:10\n" + kCount + "-1\n", "", "1"},
-        {"ShortDataWriteStillStores", Fault::ShortDataWrite, true, kChmod + kCount + "3\n" + kChmod,
-         "012", "1"},
-        {"FlagIsDirectory", Fault::FlagIsDirectory, true,
-         kChmod + kCount + "10\n" + openFailure(kTriStateFlag, EISDIR), kSent, std::nullopt},
-        {"FlagWriteFails", Fault::FlagWriteFails, true,
-         kChmod + kCount + "10\n" + kChmod + "D write failed! length:1\n", kSent, std::nullopt},
-};
-
-class FileStoreFaultTest : public CalibrationStoreTest,
-                           public ::testing::WithParamInterface<FaultCase> {};
-
-TEST_P(FileStoreFaultTest, ReportsAndKeepsWhatWasStored) {
-    const FaultCase& c = GetParam();
-    if (c.fault != Fault::NoPersistDir) makeDir(kPersistDir);
-    if (c.fault == Fault::DataWriteFails) {
-        writeFile(kTriStateData, "earlier");
-        writeFile(kTriStateFlag, "1");
-    }
-    if (c.fault == Fault::FlagIsDirectory) makeDir(kTriStateFlag);
-    // A device of its own that fails every write with ENOSPC, like /dev/full.
-    if (c.fault == Fault::FlagWriteFails &&
-        mknod(hostPath(kTriStateFlag).c_str(), S_IFCHR | 0666, makedev(1, 7)) != 0) {
-        GTEST_SKIP() << "cannot create a device node here: " << std::strerror(errno);
-    }
-    start();
-
-    bool result;
-    {
-        FileSizeLimit limit(c.fault == Fault::DataWriteFails   ? 0
-                            : c.fault == Fault::ShortDataWrite ? 3
-                                                               : RLIM_INFINITY);
-        result = save(kTriStateType, bytesOf(kSent));
-    }
-
-    EXPECT_EQ(result, c.result);
-    EXPECT_EQ(serviceLog(),
-              firstLine(kTriStateType, 10, 10) + "D saveTriCalibrationData \n" + c.log);
-    if (c.data) {
-        EXPECT_EQ(readFile(kTriStateData), *c.data);
-    }
-    if (c.flag) {
-        EXPECT_EQ(readFile(kTriStateFlag), *c.flag);
-    } else if (c.fault == Fault::NoPersistDir) {
-        EXPECT_FALSE(exists(kTriStateFlag));
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(Faults, FileStoreFaultTest, ::testing::ValuesIn(kFaultCases), byName);
-
-struct MotorStoreCase {
-    const char* name;
-    int32_t type;
-    bool reserve;
-    bool ufs;
-    size_t size;
-    rlim_t sizeLimit;  // of the partition image
-    bool result;
-    std::string log;  // after the first line
-    off_t written;
-    size_t writtenLength;  // 0: the partition is unchanged
-};
-
-const MotorStoreCase kMotorStoreCases[] = {
-        {"Emmc", kMotorType, true, false, 24, RLIM_INFINITY, true, "D write 24 bytes\n", kMotorEmmc,
-         24},
-        {"Ufs", kMotorType, true, true, 24, RLIM_INFINITY, true, "D write 24 bytes\n", kMotorUfs,
-         24},
-        {"ShortWrite", kMotorType, true, false, 24, kMotorEmmc + 1, true, "D write 1 bytes\n",
-         kMotorEmmc, 1},
-        {"WriteFails", kMotorType, true, false, 24, kMotorEmmc, false, "D write failed! size:-1\n",
-         kMotorEmmc, 0},
-        {"NoReserve", kMotorType, false, false, 24, RLIM_INFINITY, false, "D do nothing\n",
-         kMotorEmmc, 0},
-        {"Short", kMotorType, true, false, 23, RLIM_INFINITY, false, "", kMotorEmmc, 0},
-        {"Long", kMotorType, true, false, 25, RLIM_INFINITY, false, "", kMotorEmmc, 0},
-        {"UnknownType", kMotorType + 1, true, false, 24, RLIM_INFINITY, false, "", kMotorEmmc, 0},
-};
-
-class MotorStoreTest : public CalibrationStoreTest,
-                       public ::testing::WithParamInterface<MotorStoreCase> {};
-
-TEST_P(MotorStoreTest, WritesTheRecordInPlace) {
-    const MotorStoreCase& c = GetParam();
-    if (c.reserve) createReservePartition();
-    if (c.ufs) makeUfsStorage();
+TEST_F(CalibrationStoreTest, MotorRecordIsWrittenInPlace) {
+    struct Case {
+        int32_t type;
+        bool reserve;
+        bool ufs;
+        size_t size;
+        rlim_t sizeLimit;  // of the partition image
+        std::string log;   // after the first line
+        off_t written;
+        size_t writtenLength;  // 0: refused, the partition is unchanged
+    };
+    const Case cases[] = {
+            {kMotorType, true, false, 24, RLIM_INFINITY, "D write 24 bytes\n", kMotorEmmc, 24},
+            {kMotorType, true, true, 24, RLIM_INFINITY, "D write 24 bytes\n", kMotorUfs, 24},
+            {kMotorType, true, false, 24, kMotorEmmc + 1, "D write 1 bytes\n", kMotorEmmc, 1},
+            {kMotorType, true, false, 24, kMotorEmmc, "D write failed! size:-1\n", kMotorEmmc, 0},
+            {kMotorType, false, false, 24, RLIM_INFINITY, "D do nothing\n", kMotorEmmc, 0},
+            {kMotorType, true, false, 23, RLIM_INFINITY, "", kMotorEmmc, 0},
+            {kMotorType, true, false, 25, RLIM_INFINITY, "", kMotorEmmc, 0},
+            {kMotorType + 1, true, false, 24, RLIM_INFINITY, "", kMotorEmmc, 0},
+    };
     makeDir(kPersistDir);
-    start();
     const std::string record = motorRecord({1, -2, 3, 0, 0, 7});
-    std::vector<uint8_t> data = bytesOf(record);
-    data.resize(c.size, 0x5a);
-    // Without the reserve link at start, a partition appearing later is still left alone.
-    if (!c.reserve) createReservePartition();
+    for (const Case& c : cases) {
+        SCOPED_TRACE(firstLine(c.type, 0, c.size) + c.log);
+        std::filesystem::remove(hostPath(kReservePartition));
+        std::filesystem::remove(hostPath(kUfsMarker));
+        if (c.reserve) createReservePartition();
+        if (c.ufs) makeUfsStorage();
+        start();
+        std::vector<uint8_t> data = bytesOf(record);
+        data.resize(c.size, 0x5a);
+        // Without the reserve link at start, a partition appearing later is still left alone.
+        if (!c.reserve) createReservePartition();
 
-    {
-        FileSizeLimit limit(c.sizeLimit);
-        EXPECT_EQ(save(c.type, data), c.result);
+        {
+            FileSizeLimit limit(c.sizeLimit);
+            EXPECT_EQ(save(c.type, data), c.writtenLength > 0);
+        }
+
+        EXPECT_EQ(serviceLog(), firstLine(c.type, static_cast<int32_t>(c.size), c.size) + c.log);
+        EXPECT_EQ(readPartition(c.written, c.writtenLength), record.substr(0, c.writtenLength));
+        expectPartitionUnchangedExcept({{c.written, c.writtenLength}});
+        EXPECT_FALSE(exists(kTriStateData));
+        EXPECT_FALSE(exists(kMagneticData));
     }
-
-    EXPECT_EQ(serviceLog(), firstLine(c.type, static_cast<int32_t>(c.size), c.size) + c.log);
-    EXPECT_EQ(readPartition(c.written, c.writtenLength), record.substr(0, c.writtenLength));
-    expectPartitionUnchangedExcept({{c.written, c.writtenLength}});
-    EXPECT_FALSE(exists(kTriStateData));
-    EXPECT_FALSE(exists(kMagneticData));
 }
-
-INSTANTIATE_TEST_SUITE_P(Records, MotorStoreTest, ::testing::ValuesIn(kMotorStoreCases), byName);
 
 // Saving never reaches a driver; the next start hands everything over.
 TEST_F(CalibrationStoreTest, NextStartRestoresWhatWasSaved) {

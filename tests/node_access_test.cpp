@@ -171,13 +171,9 @@ TEST(NodeTableTest, FlagsAreUniqueAndResolveToTheirPathAndLength) {
     };
     const Case cases[] = {
             {0, 82, "/proc/devinfo", 256},
-            {0, 130, "/proc/tristatekey/dump_register", 4096},
             {0, 146, "/proc/cs_press/health_info", 20480},
-            {0, 287, "/proc/fpga/dump_info", 4096},
             {0, 288, "/dev/block/by-name/zenthreserve1", 120},
             {0, 132, "/proc/pogopin/health_monitor", 256},
-            {0, 404, "/sys/class/leds/fan/device_id", 256},
-            {0, 444, "/sys/class/ex_gpio/r_reg", 256},
             {1, 40, "/proc/colorctrl/color_ctrl1", 256},
             {-3, 400, "/sys/class/leds/fan/speed-3", 256},
             {INT_MIN, 123, "/mnt/vendor/persist/engineermode/tri_state_hall_calib_flag-2147483648",
