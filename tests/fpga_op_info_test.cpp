@@ -24,6 +24,7 @@
 
 #include "ZenthFpga.h"
 #include "support/DeviceTest.h"
+#include "support/FileSizeLimit.h"
 
 namespace misc = aidl::vendor::zenth::hardware::misc;
 
@@ -136,6 +137,13 @@ TEST_F(FpgaOpInfoTest, PartitionFailures) {
     ASSERT_EQ(remove(hostPath(kReservePartition).c_str()), 0);
     EXPECT_EQ(misc::fpgaOpWrite(3), -1);
     EXPECT_TRUE(logged(ANDROID_LOG_ERROR, "readInterface /dev/block/by-name/zenthreserve1 error"));
+
+    // A read that returns nothing is a short read, not a failure: the record counts from 0.
+    writeFile(kReservePartition, std::string(kI2cField, '\0'));
+    clearLog();
+    EXPECT_EQ(misc::fpgaOpWrite(2), 0);
+    EXPECT_EQ(messages(defaultTag()), "D fpgaOpWrite:    ec:0x0 count:0\n");
+    EXPECT_EQ(readPartition(kI2cField, 64), std::string(19, '\0') + "1" + std::string(44, '\0'));
 }
 
 // ---- Node-288 view ----
@@ -226,8 +234,18 @@ TEST_F(FpgaOpInfoTest, DamagedHeaderIsRewritten) {
 }
 
 TEST_F(FpgaOpInfoTest, EnableWriteFailures) {
-    makeReadOnly(kReservePartition);
     misc::ZenthFpga fpga;
+    {
+        // A header write that stores one byte counts as written; the info lies beyond.
+        FileSizeLimit limit(kEnableHeader + 1);
+        EXPECT_EQ(fpga.writeFpgaOpInfoEn(kReservePartition, "sr:1"), -1);
+    }
+    EXPECT_TRUE(logged(ANDROID_LOG_DEBUG, "writeFpgaOpInfo first Info = sr:1"));
+    EXPECT_TRUE(logged(ANDROID_LOG_DEBUG, "writeFpgaOpInfo count = -1"));
+
+    writePartition(kEnableHeader, std::string(16, '\0'));
+    makeReadOnly(kReservePartition);
+    clearLog();
     EXPECT_EQ(fpga.writeFpgaOpInfoEn(kReservePartition, "sr:1"), -1);
     EXPECT_TRUE(logged(ANDROID_LOG_ERROR, "writeFpgaOpInfo first writeInterface failed"));
     expectPartitionUnchangedExcept();
