@@ -445,27 +445,5 @@ TEST_F(CalibrationStoreTest, MotorRecordIsWrittenInPlace) {
     }
 }
 
-// Saving never reaches a driver; the next start hands everything over.
-TEST_F(CalibrationStoreTest, NextStartRestoresWhatWasSaved) {
-    createReservePartition();
-    makeUfsStorage();
-    makeDir(kPersistDir);
-    for (const std::string& node : {kMotorNode, kTriStateNode, kMagneticNode}) writeFile(node, "");
-    start();
-
-    EXPECT_TRUE(save(kMotorType, bytesOf(motorRecord({1, -2, 3, 0, 0, 7}))));
-    EXPECT_TRUE(save(kTriStateType, bytesOf("12;34;56")));
-    EXPECT_TRUE(save(kMagneticType, bytesOf("abcdefghijkl")));
-    for (const std::string& node : {kMotorNode, kTriStateNode, kMagneticNode}) {
-        EXPECT_EQ(readFile(node), "") << node << " was written by the save";
-    }
-
-    auto next = startService();
-
-    EXPECT_EQ(readFile(kMotorNode), "1,-2,3,0,0,7");
-    EXPECT_EQ(readFile(kTriStateNode), "12,34,56");
-    EXPECT_EQ(readFile(kMagneticNode), "abcdefgh");
-}
-
 }  // namespace
 }  // namespace aidl::vendor::zenth::hardware::misc

@@ -456,25 +456,6 @@ TEST_F(FpgaWatcherTest, StartsOnlyWhenTheNodeExists) {
     EXPECT_TRUE(loggedError("Can't open file /proc/fpga/errinfoto_op"));
 }
 
-TEST_F(FpgaWatcherTest, OneValueReachesBothConsumersAndTheWatcherWaitsAgain) {
-    createReservePartition();
-    startWatcher();
-    fault_node::injectValue(2);
-    ASSERT_TRUE(waitFor([](const std::vector<LogLine>& all) {
-        return countPrefixed(all, "fpgaOpWrite: ") == 1 &&
-               countPrefixed(all, "dmesg log saved to ") == 1;
-    }));
-    drainConsumers();
-    EXPECT_TRUE(fault_node::waitUntilIdle(kWait));
-
-    EXPECT_EQ(count(ANDROID_LOG_DEBUG, defaultTag(), valueLine("2", 8)), 1u);
-    EXPECT_EQ(countAt(kSrCount), 1);
-    ASSERT_EQ(savedDumps().size(), 1u);
-    EXPECT_NE(savedDumps()[0].find("_exception_2_soft_rest_err.log"), std::string::npos);
-    EXPECT_EQ(logDirEntries().size(), 1u);
-    endWatcher();
-}
-
 TEST_F(FpgaWatcherTest, ShortReadsLeaveTheMissingBytesZero) {
     startWatcher();
     fault_node::injectValue(0x1122334455667788, 0);
