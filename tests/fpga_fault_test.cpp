@@ -236,6 +236,7 @@ TEST_F(FpgaFaultTest, CaptureMakesTheDirectoryAndSavesTheWholeKernelLogUnderTheT
         EXPECT_GE(stampAt(after), stamp);
         EXPECT_EQ(path.substr(prefix.size() + 19), suffix);
         EXPECT_EQ(readFile(path), content);
+        EXPECT_EQ(modeOf(path), 0666u);
         EXPECT_TRUE(contains(ANDROID_LOG_DEBUG, defaultTag(),
                              "dmesg log saved to " + path + ", total length: 30 bytes\n"));
     }
@@ -295,6 +296,8 @@ TEST_F(FpgaFaultTest, CaptureWindowEndsAfter3000WholeMilliseconds) {
 }
 
 TEST_F(FpgaFaultTest, CaptureThatCannotOpenItsDumpSavesNothingAndSkipsRetention) {
+    // Eleven entries: a retention run would try to delete one.
+    for (int i = 0; i < 11; ++i) addLogEntry("old" + std::to_string(i), 1000 + i);
     makeDir(kLogDir, 0555);
     EXPECT_EQ(LogSaveFunc(3), 0);
     auto failures = messagesAfter("Failed to open file " + std::string(kLogDir) + "/dmesg_");
@@ -303,7 +306,18 @@ TEST_F(FpgaFaultTest, CaptureThatCannotOpenItsDumpSavesNothingAndSkipsRetention)
             failures[0],
             std::regex(R"(\d{8}_\d{6}_\d{3}_exception_3_hard_rest_err\.log: Permission denied\n)")));
     EXPECT_TRUE(kernel_log::calls().empty());
+    EXPECT_TRUE(messagesAfter("Failed to delete file: ").empty());
     EXPECT_EQ(gExceptionWindowBudget[1], 1);  // the allowed capture opened its window all the same
+}
+
+// A kernel that reports an empty buffer still gets the extra room; one byte is a log.
+TEST_F(FpgaFaultTest, CaptureSavesAOneByteLogOfAnEmptyReportedBuffer) {
+    kernel_log::setBufferSize(0);
+    kernel_log::setContent("x");
+    EXPECT_EQ(LogSaveFunc(2), 0);
+    ASSERT_EQ(savedDumps().size(), 1u);
+    EXPECT_EQ(readFile(savedDumps()[0]), "x");
+    EXPECT_EQ(kernel_log::calls().back().length, 1024);
 }
 
 TEST_F(FpgaFaultTest, CaptureFailsWhenRetentionFailsButKeepsTheDump) {
@@ -363,6 +377,7 @@ TEST_F(FpgaFaultTest, CaptureWithAKernelLogFailureLeavesNoFileAndSkipsRetention)
         fail();
         EXPECT_EQ(LogSaveFunc(5), 0);
         EXPECT_TRUE(loggedError(message));
+        EXPECT_TRUE(messagesAfter("Failed to delete file: ").empty());
         EXPECT_EQ(logDirEntries(), before);
     }
 }
