@@ -226,13 +226,6 @@ TEST_F(FpgaOpInfoTest, HeaderWrittenOnceAndKeptAfterwards) {
     EXPECT_EQ(readPartition(kEnableSr, 16), field("sr:52345"));
 }
 
-TEST_F(FpgaOpInfoTest, DamagedHeaderIsRewritten) {
-    writePartition(kEnableHeader, field("fpga_op_info_x"));
-    misc::ZenthFpga fpga;
-    EXPECT_EQ(fpga.writeFpgaOpInfoEn(kReservePartition, "hr:2"), 4);
-    EXPECT_EQ(readPartition(kEnableHeader, 16), kHeader);
-}
-
 TEST_F(FpgaOpInfoTest, EnableWriteFailures) {
     misc::ZenthFpga fpga;
     {
