@@ -62,7 +62,8 @@ bool hasExceptionKind(unsigned long value) {
     if (value == 2 || value == 3 || value == 5) {
         return true;
     }
-    return value >= 6 && (value & kFaultTagMask) == kFaultTag;
+    // A tagged value is always far above 5.
+    return (value & kFaultTagMask) == kFaultTag;
 }
 
 int exceptionIdOf(unsigned long value) {

@@ -17,190 +17,145 @@
 // The fan probe: the fan variant from the hardware id of the reserve partition, and the
 // RPM table handed to the driver.
 
-#include <android/log.h>
-
+#include <filesystem>
 #include <string>
-#include <vector>
+
+#include <gtest/gtest.h>
 
 #include "ZenthFan.h"
 #include "ZenthMisc.h"
-#include "support/CalibrationTest.h"
+#include "support/DeviceTest.h"
 
-using aidl::vendor::zenth::hardware::misc::ZenthFan;
-using namespace zenth_test;
-
+namespace aidl::vendor::zenth::hardware::misc {
 namespace {
 
 constexpr const char* kDeviceIdNode = "/sys/class/leds/fan/device_id";
 constexpr const char* kRpmTableNode = "/sys/class/leds/fan/rpm_table";
 constexpr off_t kFanRegionEmmc = 5107712;
 constexpr off_t kFanRegionUfs = 5369856;
-constexpr off_t kRpmTableOffset = 64;
+constexpr off_t kRpmTable = 64;
+const std::string kReserveEmmc = "D gIsReserveIntegrate=1, gIsEmmcStorage=1\n";
 
-class FanProbeTest : public CalibrationTest {
+class FanProbeTest : public DeviceTest {
   protected:
-    // Runs the probe; the destructor's line is dropped so that only the probe's remain.
-    std::vector<Message> probe() {
+    // Runs the probe and returns its service-tag lines, less the destructor's last one.
+    std::string probe() {
         clearLog();
         { ZenthFan fan; }
-        std::vector<Message> log = serviceLog();
-        EXPECT_EQ(log.back(), debug("ZenthFan::~ZenthFan\n"));
-        log.pop_back();
-        return log;
+        std::string log = messages(kMiscLogTag);
+        const std::string last = "D ZenthFan::~ZenthFan\n\n";
+        EXPECT_EQ(log.substr(log.size() - last.size()), last);
+        return log.substr(0, log.size() - last.size());
     }
 };
 
-struct IdCase {
-    const char* name;
-    std::string hardwareId;  // the region's first 12 bytes
-    std::vector<Message> log;
-    const char* deviceId;  // the node holds "x" before the probe
-};
-
-const std::vector<Message> kSetZero = {debug("set fan device_id = 0"), debug("write 1 bytes")};
-const std::vector<Message> kSetOne = {debug("set fan device_id = 1"), debug("write 1 bytes")};
-
-std::vector<Message> readId(const std::string& shown, const std::vector<Message>& outcome) {
-    std::vector<Message> log = {debug("read fan hw id = " + shown)};
-    log.insert(log.end(), outcome.begin(), outcome.end());
-    return log;
-}
-
-const IdCase kIdCases[] = {
-        {"Variant0001", "473918000001", readId("473918000001", kSetZero), "0"},
-        {"Variant0005", "473918000005", readId("473918000005", kSetZero), "0"},
-        {"Variant0003", "473918000003", readId("473918000003", kSetOne), "1"},
-        {"Variant0004", "473918000004", readId("473918000004", kSetOne), "1"},
-        {"UnknownEnding", "473918000002", readId("473918000002", {debug("invalid data")}), "x"},
-        {"OtherPrefix", "573918000001", readId("573918000001", {debug("invalid data")}), "x"},
-        {"LowerBytesDiffer", "473918100001", readId("473918100001", {debug("invalid data")}), "x"},
-        {"PrefixOnly", "47391800", readId("47391800", {debug("invalid data")}), "x"},
-        {"Blank", "", readId("", {debug("invalid data")}), "x"},
-};
-
-class FanIdTest : public FanProbeTest, public ::testing::WithParamInterface<IdCase> {};
-
-TEST_P(FanIdTest, SelectsTheDeviceIdFromTheHardwareId) {
-    const IdCase& c = GetParam();
+TEST_F(FanProbeTest, HardwareIdSelectsTheDeviceId) {
+    const std::pair<std::string, const char*> cases[] = {
+            {"473918000001", "0"}, {"473918000005", "0"}, {"473918000003", "1"},
+            {"473918000004", "1"}, {"473918000002", "x"}, {"573918000001", "x"},
+            {"47391800", "x"},  // the node holds "x" before the probe
+    };
     createReservePartition();
-    if (!c.hardwareId.empty()) writePartition(kFanRegionEmmc, c.hardwareId);
-    writeFile(kDeviceIdNode, "x");
-
-    std::vector<Message> expected = {debug("gIsReserveIntegrate=1, gIsEmmcStorage=1"),
-                                     debug("fan device_id support = 1")};
-    expected.insert(expected.end(), c.log.begin(), c.log.end());
-    expected.push_back(debug("fan rpm_table support = 0"));
-    EXPECT_EQ(probe(), expected);
-    EXPECT_EQ(readFile(kDeviceIdNode), c.deviceId);
+    for (const auto& [hardwareId, deviceId] : cases) {
+        writePartition(kFanRegionEmmc, hardwareId + std::string(12 - hardwareId.size(), '\0'));
+        writeFile(kDeviceIdNode, "x");
+        const std::string outcome = deviceId[0] == 'x' ? "D invalid data\n"
+                                                       : std::string("D set fan device_id = ") +
+                                                                 deviceId + "\nD write 1 bytes\n";
+        EXPECT_EQ(probe(), kReserveEmmc + "D fan device_id support = 1\nD read fan hw id = " +
+                                   hardwareId + "\n" + outcome + "D fan rpm_table support = 0\n");
+        EXPECT_EQ(readFile(kDeviceIdNode), deviceId);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(HardwareIds, FanIdTest, ::testing::ValuesIn(kIdCases), CaseName());
 
 // A different variant and table in the other storage kind's region show which one is read;
-// the service object's flags claim the opposite storage, and the probe must not use them.
-class FanRegionTest : public FanProbeTest, public ::testing::WithParamInterface<bool> {};
-
-TEST_P(FanRegionTest, ReadsTheRegionOfTheStorageKindAndWritesNoPartitionByte) {
-    bool ufs = GetParam();
+// the service object's flag claims the opposite storage, and the probe must not use it.
+TEST_F(FanProbeTest, ReadsTheRegionOfItsStorageKindAndWritesNoPartitionByte) {
     createReservePartition();
-    off_t region = ufs ? kFanRegionUfs : kFanRegionEmmc;
-    off_t other = ufs ? kFanRegionEmmc : kFanRegionUfs;
-    writePartition(region, "473918000003");
-    writePartition(region + kRpmTableOffset, "1000,2000");
-    writePartition(other, "473918000001");
-    writePartition(other + kRpmTableOffset, "9999");
-    if (ufs) makeUfsStorage();
+    for (bool ufs : {false, true}) {
+        const off_t region = ufs ? kFanRegionUfs : kFanRegionEmmc;
+        const off_t other = ufs ? kFanRegionEmmc : kFanRegionUfs;
+        writePartition(region, "473918000003");
+        writePartition(region + kRpmTable, std::string("1000,2000\0", 10));
+        writePartition(other, "473918000001");
+        writePartition(other + kRpmTable, std::string("9999\0", 5));
+        if (ufs) makeUfsStorage();
+        writeFile(kDeviceIdNode, "");
+        writeFile(kRpmTableNode, "");
+        gIsEmmcStorage = ufs;
+
+        const std::string log = probe();
+        gIsEmmcStorage = true;
+
+        EXPECT_EQ(log.rfind(std::string("D gIsReserveIntegrate=1, gIsEmmcStorage=") +
+                                    (ufs ? "0" : "1") + "\n",
+                            0),
+                  0u);
+        EXPECT_EQ(readFile(kDeviceIdNode), "1");
+        EXPECT_EQ(readFile(kRpmTableNode), "1000,2000");
+        expectPartitionUnchangedExcept();
+    }
+}
+
+TEST_F(FanProbeTest, RpmTableIsWrittenAsTextUpToItsEnd) {
+    struct Case {
+        std::string region;  // bytes at region offset 64 onwards
+        std::string shown;   // the text in the log line and the bytes written
+    };
+    const Case cases[] = {
+            {std::string("3000,4000\0garbage", 17), "3000,4000"},
+            {std::string(128, 'r') + "OVER", std::string(128, 'r')},  // the 129th byte is not read
+            {std::string("\0rest", 5), ""},
+    };
+    createReservePartition();
+    for (const Case& c : cases) {
+        writePartition(kFanRegionEmmc + kRpmTable, c.region);
+        writeFile(kRpmTableNode, "");
+        EXPECT_EQ(probe(), kReserveEmmc +
+                                   "D fan device_id support = 0\nD fan rpm_table support = 1\n"
+                                   "D read fan rpm table info = " +
+                                   c.shown + "\nD write " + std::to_string(c.shown.size()) +
+                                   " bytes\n");
+        EXPECT_EQ(readFile(kRpmTableNode), c.shown);
+    }
+}
+
+// A partition that ends inside the region: whatever a read returns, down to one byte, is
+// used; a read that returns nothing ends the step.
+TEST_F(FanProbeTest, ShortReadsOfTheRegionAreUsed) {
+    writeFile(kDeviceIdNode, "x");
+    writeFile(kRpmTableNode, "keep");
+    writeFile(kReservePartition, std::string(kFanRegionEmmc, '\0') + "4");
+    EXPECT_EQ(probe(), kReserveEmmc +
+                               "D fan device_id support = 1\nD read fan hw id = 4\nD invalid data\n"
+                               "D fan rpm_table support = 1\n");
+    writeFile(kReservePartition,
+              std::string(kFanRegionEmmc, '\0') + "473918000001" + std::string(52, '\0') + "7");
+    EXPECT_EQ(probe(), kReserveEmmc +
+                               "D fan device_id support = 1\nD read fan hw id = 473918000001\n"
+                               "D set fan device_id = 0\nD write 1 bytes\n"
+                               "D fan rpm_table support = 1\nD read fan rpm table info = 7\n"
+                               "D write 1 bytes\n");
+    EXPECT_EQ(readFile(kDeviceIdNode), "0");
+    EXPECT_EQ(readFile(kRpmTableNode), "7eep");
+}
+
+// Each step runs only with its node and the reserve partition.
+TEST_F(FanProbeTest, StepsWithoutTheirNodeOrTheReserveOnlyLog) {
     writeFile(kDeviceIdNode, "");
     writeFile(kRpmTableNode, "");
-    aidl::vendor::zenth::hardware::misc::gIsEmmcStorage = ufs;
-
-    std::vector<Message> log = probe();
-
-    EXPECT_EQ(log.front(),
-              debug(std::string("gIsReserveIntegrate=1, gIsEmmcStorage=") + (ufs ? "0" : "1")));
-    EXPECT_EQ(readFile(kDeviceIdNode), "1");
-    EXPECT_EQ(readFile(kRpmTableNode), "1000,2000");
-    expectPartitionUnchangedExcept();
-}
-
-INSTANTIATE_TEST_SUITE_P(Storage, FanRegionTest, ::testing::Bool(),
-                         [](const auto& info) { return info.param ? "Ufs" : "Emmc"; });
-
-struct RpmCase {
-    const char* name;
-    std::string region;  // bytes at region offset 64 onwards
-    std::string shown;   // the text in the log line
-    std::string node;    // the node holds "keep" before the probe
-};
-
-const RpmCase kRpmCases[] = {
-        {"EndsAtFirstZero", std::string("3000,4000\0garbage", 17), "3000,4000", "3000,4000"},
-        // The byte after the 128 is not part of the table.
-        {"FullLengthWithoutZero", std::string(128, 'r') + "OVER", std::string(128, 'r'),
-         std::string(128, 'r')},
-        {"StartsWithZero", std::string("\0rest", 5), "", "keep"},
-};
-
-class FanRpmTableTest : public FanProbeTest, public ::testing::WithParamInterface<RpmCase> {};
-
-TEST_P(FanRpmTableTest, WritesTheTextUpToItsEnd) {
-    const RpmCase& c = GetParam();
+    EXPECT_EQ(probe(),
+              "D gIsReserveIntegrate=0, gIsEmmcStorage=1\nD fan device_id support = 1\n"
+              "D fan rpm_table support = 1\n");
+    EXPECT_EQ(readFile(kDeviceIdNode), "");
+    EXPECT_EQ(readFile(kRpmTableNode), "");
+    std::filesystem::remove_all(hostPath("/sys/class/leds"));
     createReservePartition();
-    writePartition(kFanRegionEmmc + kRpmTableOffset, c.region);
-    writeFile(kRpmTableNode, "keep");
-
-    std::vector<Message> expected = {
-            debug("gIsReserveIntegrate=1, gIsEmmcStorage=1"), debug("fan device_id support = 0"),
-            debug("fan rpm_table support = 1"), debug("read fan rpm table info = " + c.shown),
-            debug("write " + std::to_string(c.shown.size()) + " bytes")};
-    EXPECT_EQ(probe(), expected);
-    EXPECT_EQ(readFile(kRpmTableNode), c.node);
+    writePartition(kFanRegionEmmc, "473918000004");
+    writePartition(kFanRegionEmmc + kRpmTable, "10,20");
+    EXPECT_EQ(probe(), kReserveEmmc + "D fan device_id support = 0\nD fan rpm_table support = 0\n");
+    EXPECT_FALSE(exists(kDeviceIdNode));
 }
-
-INSTANTIATE_TEST_SUITE_P(Tables, FanRpmTableTest, ::testing::ValuesIn(kRpmCases), CaseName());
-
-struct PresenceCase {
-    const char* name;
-    bool reserve;
-    bool deviceIdNode;
-    bool rpmTableNode;
-    std::vector<Message> log;
-};
-
-const PresenceCase kPresenceCases[] = {
-        {"NodesWithoutReserve",
-         false,
-         true,
-         true,
-         {debug("gIsReserveIntegrate=0, gIsEmmcStorage=1"), debug("fan device_id support = 1"),
-          debug("fan rpm_table support = 1")}},
-        {"ReserveWithoutNodes",
-         true,
-         false,
-         false,
-         {debug("gIsReserveIntegrate=1, gIsEmmcStorage=1"), debug("fan device_id support = 0"),
-          debug("fan rpm_table support = 0")}},
-};
-
-class FanPresenceTest : public FanProbeTest, public ::testing::WithParamInterface<PresenceCase> {};
-
-TEST_P(FanPresenceTest, EachStepRunsOnlyWithItsNodeAndTheReserve) {
-    const PresenceCase& c = GetParam();
-    if (c.reserve) {
-        createReservePartition();
-        writePartition(kFanRegionEmmc, "473918000004");
-        writePartition(kFanRegionEmmc + kRpmTableOffset, "10,20");
-    }
-    if (c.deviceIdNode) writeFile(kDeviceIdNode, "");
-    if (c.rpmTableNode) writeFile(kRpmTableNode, "");
-
-    EXPECT_EQ(probe(), c.log);
-    if (c.deviceIdNode) {
-        EXPECT_EQ(readFile(kDeviceIdNode), "");
-        EXPECT_EQ(readFile(kRpmTableNode), "");
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(Presence, FanPresenceTest, ::testing::ValuesIn(kPresenceCases), CaseName());
 
 }  // namespace
+}  // namespace aidl::vendor::zenth::hardware::misc

@@ -285,10 +285,13 @@ bool armedFor(int fd, Kind a, Kind b, Event* event) {
     return emulated::fault_node::takeArmed(n, a, b, event);
 }
 
-ssize_t readNode(void* buf, size_t count, const Event& event) {
+// Like the driver's node, a read starts at the descriptor's offset into the value.
+ssize_t readNode(int fd, void* buf, size_t count, const Event& event) {
     if (event.kind == Kind::ReadError) return emulated::fault_node::fail(event.error);
-    size_t bytes = std::min(count, static_cast<size_t>(event.bytes));
-    std::memcpy(buf, &event.value, bytes);
+    size_t offset = std::min(static_cast<size_t>(std::max<off_t>(__real_lseek(fd, 0, SEEK_CUR), 0)),
+                             static_cast<size_t>(event.bytes));
+    size_t bytes = std::min(count, static_cast<size_t>(event.bytes) - offset);
+    std::memcpy(buf, reinterpret_cast<const char*>(&event.value) + offset, bytes);
     return static_cast<ssize_t>(bytes);
 }
 
@@ -325,7 +328,7 @@ off64_t __wrap_lseek64(int fd, off64_t offset, int whence) {
 ssize_t __wrap_read(int fd, void* buf, size_t count) {
     Event event;
     if (armedFor(fd, Kind::Value, Kind::ReadError, &event)) {
-        return readNode(buf, count, event);
+        return readNode(fd, buf, count, event);
     }
     return __real_read(fd, buf, count);
 }
@@ -333,7 +336,7 @@ ssize_t __wrap_read(int fd, void* buf, size_t count) {
 ssize_t __wrap___read_chk(int fd, void* buf, size_t count, size_t buflen) {
     Event event;
     if (armedFor(fd, Kind::Value, Kind::ReadError, &event)) {
-        return readNode(buf, std::min(count, buflen), event);
+        return readNode(fd, buf, std::min(count, buflen), event);
     }
     return __real___read_chk(fd, buf, count, buflen);
 }

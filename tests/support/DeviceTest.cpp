@@ -16,17 +16,21 @@
 
 #include "support/DeviceTest.h"
 
+#include <errno.h>
 #include <fcntl.h>
 #include <stdlib.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <condition_variable>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <sstream>
+#include <mutex>
+
+#include <android/log.h>
 
 #include "zenth_host/EmulatedDevice.h"
 
@@ -65,11 +69,42 @@ std::string readWhole(const std::string& path) {
     return content;
 }
 
+// liblog keeps one logger for the process and detached product threads may log at any
+// moment, so the logger stays installed and records into the running test's log under one
+// lock. Lines logged between tests go to stderr as liblog would print them. A runaway loop
+// in the product fails the test instead of filling the machine's memory.
+constexpr size_t kMaxLogLines = 1000000;
+std::mutex gLogMutex;
+std::condition_variable gLogChanged;
+std::vector<zenth_test::LogLine>* gLog = nullptr;
+
+void captureLogger(const struct __android_logger_data* data, const char* message) {
+    std::lock_guard<std::mutex> lock(gLogMutex);
+    if (gLog == nullptr) {
+        __android_log_stderr_logger(data, message);
+        return;
+    }
+    if (gLog->size() == kMaxLogLines) return;
+    gLog->push_back({data->priority, data->tag != nullptr ? data->tag : "", message});
+    gLogChanged.notify_all();
+}
+
 }  // namespace
+
+DeviceTest::~DeviceTest() {
+    std::lock_guard<std::mutex> lock(gLogMutex);
+    if (gLog == &log_) gLog = nullptr;
+}
 
 void DeviceTest::SetUp() {
     descriptorsAtStart_ = openDescriptorCount();
-    log_ = std::make_unique<zenth_test::LogCapture>();
+    // Every time: a released thread pool puts the host's own logger back.
+    __android_log_set_logger(captureLogger);
+    __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
+    {
+        std::lock_guard<std::mutex> lock(gLogMutex);
+        gLog = &log_;
+    }
     root_ = makeRootFolder();
     emulated::reset();
     emulated::sleeping::setMode(emulated::sleeping::Mode::Instant);
@@ -83,15 +118,17 @@ void DeviceTest::TearDown() {
         emulated::sleeping::release();
     }
     EXPECT_EQ(openDescriptorCount(), descriptorsAtStart_) << "descriptors left open";
+    EXPECT_LT(lines().size(), kMaxLogLines) << "the log overflowed";
     emulated::setRoot("");
     emulated::reset();
     removeTree(root_);
-    log_.reset();
 }
 
 std::string DeviceTest::hostPath(const std::string& devicePath) const {
-    EXPECT_TRUE(emulated::isMapped(devicePath)) << devicePath << " is not a device path";
-    return emulated::hostPath(devicePath);
+    if (emulated::isMapped(devicePath)) return emulated::hostPath(devicePath);
+    // Never the host's own file: a helper that writes or removes it would harm the host.
+    ADD_FAILURE() << devicePath << " is not a device path";
+    return root_ + "/unmapped" + devicePath;
 }
 
 void DeviceTest::writeFile(const std::string& devicePath, const std::string& bytes,
@@ -173,43 +210,69 @@ void DeviceTest::snapshotPartition() {
 }
 
 void DeviceTest::expectPartitionUnchangedExcept(std::vector<Range> changed) const {
-    std::string now = readWhole(hostPath(kReservePartition));
-    ASSERT_EQ(now.size(), partitionBaseline_.size()) << "the reserve partition changed size";
-    auto isAllowed = [&changed](size_t i) {
-        return std::any_of(changed.begin(), changed.end(), [i](const Range& range) {
-            return i >= static_cast<size_t>(range.offset) &&
-                   i < static_cast<size_t>(range.offset) + range.length;
-        });
-    };
-    std::ostringstream unexpected;
-    int reported = 0;
-    // memcmp skips the unchanged stretches quickly; only differing bytes are looked at.
-    for (size_t i = 0; i < now.size() && reported < 8;) {
-        size_t step = std::min<size_t>(4096, now.size() - i);
-        if (memcmp(now.data() + i, partitionBaseline_.data() + i, step) == 0) {
-            i += step;
-            continue;
-        }
-        for (size_t end = i + step; i < end && reported < 8; ++i) {
-            if (now[i] != partitionBaseline_[i] && !isAllowed(i)) {
-                unexpected << " " << i << "(0x" << std::hex << i << std::dec << ")";
-                ++reported;
-            }
-        }
+    const std::string now = readWhole(hostPath(kReservePartition));
+    std::string expected = partitionBaseline_;
+    ASSERT_EQ(now.size(), expected.size()) << "the reserve partition changed size";
+    for (const Range& range : changed) {
+        expected.replace(range.offset, range.length, now, range.offset, range.length);
     }
-    EXPECT_EQ(reported, 0) << "reserve partition bytes changed outside the expected ranges at"
-                           << unexpected.str();
+    if (now == expected) return;
+    const auto first = std::mismatch(now.begin(), now.end(), expected.begin()).first - now.begin();
+    ADD_FAILURE() << "reserve partition bytes changed outside the expected ranges, first at "
+                  << first << " (0x" << std::hex << first << ")";
+}
+
+std::vector<zenth_test::LogLine> DeviceTest::lines() const {
+    std::lock_guard<std::mutex> lock(gLogMutex);
+    return log_;
+}
+
+size_t DeviceTest::count(int priority, const std::string& tag, const std::string& message) const {
+    const std::vector<LogLine> all = lines();
+    return std::count_if(all.begin(), all.end(), [&](const LogLine& line) {
+        return line.priority == priority && line.tag == tag && line.message == message;
+    });
+}
+
+size_t DeviceTest::count(const std::string& message) const {
+    const std::vector<LogLine> all = lines();
+    return std::count_if(all.begin(), all.end(),
+                         [&](const LogLine& line) { return line.message == message; });
+}
+
+std::string DeviceTest::messages(const std::string& tag) const {
+    std::string out;
+    for (const LogLine& line : lines()) {
+        if (line.tag != tag) continue;
+        out += line.priority >= 2 && line.priority <= 7 ? "VDIWEF"[line.priority - 2] : '?';
+        out += " " + line.message + "\n";
+    }
+    return out;
+}
+
+bool DeviceTest::waitFor(const Predicate& predicate, std::chrono::milliseconds timeout) const {
+    std::unique_lock<std::mutex> lock(gLogMutex);
+    return gLogChanged.wait_for(lock, timeout, [&] { return predicate(log_); });
 }
 
 bool DeviceTest::waitFor(const std::string& message, size_t times,
                          std::chrono::milliseconds timeout) const {
-    return log_->waitFor(
-            [&](const std::vector<LogLine>& lines) {
+    return waitFor(
+            [&](const std::vector<LogLine>& all) {
                 return static_cast<size_t>(std::count_if(
-                               lines.begin(), lines.end(),
+                               all.begin(), all.end(),
                                [&](const LogLine& l) { return l.message == message; })) >= times;
             },
             timeout);
+}
+
+void DeviceTest::clearLog() {
+    std::lock_guard<std::mutex> lock(gLogMutex);
+    log_.clear();
+}
+
+std::string DeviceTest::defaultTag() {
+    return program_invocation_short_name;
 }
 
 int DeviceTest::openDescriptorCount() {

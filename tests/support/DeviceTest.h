@@ -28,19 +28,34 @@
 #include <sys/types.h>
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "support/LogCapture.h"
+namespace zenth_test {
+
+// How long a test waits for work it started on another thread before it gives up.
+inline constexpr std::chrono::milliseconds kWait{10000};
+
+struct LogLine {
+    int priority;
+    std::string tag;
+    std::string message;
+};
+
+}  // namespace zenth_test
 
 class DeviceTest : public ::testing::Test {
   protected:
     using LogLine = zenth_test::LogLine;
-    using Predicate = zenth_test::LogCapture::Predicate;
+    // Runs with the log locked and must not log.
+    using Predicate = std::function<bool(const std::vector<LogLine>&)>;
     static constexpr std::chrono::milliseconds kWait = zenth_test::kWait;
+
+    ~DeviceTest() override;
 
     static constexpr const char* kReservePartition = "/dev/block/by-name/zenthreserve1";
     static constexpr off_t kReservePartitionSize = 6 * 1024 * 1024;
@@ -57,8 +72,8 @@ class DeviceTest : public ::testing::Test {
 
     // ---- Device files ----
     const std::string& rootFolder() const { return root_; }
-    // Where a device path lives on the host (fails the test for a path the device does
-    // not map, such as "/data/x").
+    // Where a device path lives on the host. A path the device does not map, such as
+    // "/data/x", fails the test and resolves to a place inside the root folder.
     std::string hostPath(const std::string& devicePath) const;
     // Creates missing parent directories (0755) and sets the file's mode.
     void writeFile(const std::string& devicePath, const std::string& bytes,
@@ -88,23 +103,25 @@ class DeviceTest : public ::testing::Test {
     void expectPartitionUnchangedExcept(std::vector<Range> changed = {}) const;
 
     // ---- Platform log ----
-    std::vector<LogLine> lines() const { return log_->lines(); }
+    // Every line logged by any thread while the test runs.
+    std::vector<LogLine> lines() const;
     bool contains(int priority, const std::string& tag, const std::string& message) const {
         return count(priority, tag, message) > 0;
     }
-    size_t count(int priority, const std::string& tag, const std::string& message) const {
-        return log_->count(priority, tag, message);
-    }
-    size_t count(const std::string& message) const { return log_->count(message); }
-    bool waitFor(const Predicate& predicate, std::chrono::milliseconds timeout = kWait) const {
-        return log_->waitFor(predicate, timeout);
-    }
+    size_t count(int priority, const std::string& tag, const std::string& message) const;
+    // Lines with this message, whatever their priority and tag.
+    size_t count(const std::string& message) const;
+    // The lines with this tag in order, one per line: the priority's letter, a blank and
+    // the message ("D ...\n" for debug, "E ...\n" for error).
+    std::string messages(const std::string& tag) const;
+    // Blocks until the predicate holds over the lines so far; false after the timeout.
+    bool waitFor(const Predicate& predicate, std::chrono::milliseconds timeout = kWait) const;
     // Waits until the message was logged `times` times, whatever its priority and tag.
     bool waitFor(const std::string& message, size_t times = 1,
                  std::chrono::milliseconds timeout = kWait) const;
-    void clearLog() { log_->clear(); }
+    void clearLog();
     // The tag of lines logged without one (liblog substitutes the program's short name).
-    static std::string defaultTag() { return zenth_test::defaultTag(); }
+    static std::string defaultTag();
     static bool isDefaultTag(const std::string& tag) { return tag == defaultTag(); }
 
     // ---- Descriptors ----
@@ -118,7 +135,7 @@ class DeviceTest : public ::testing::Test {
 
   private:
     std::string root_;
-    std::unique_ptr<zenth_test::LogCapture> log_;
+    std::vector<LogLine> log_;  // guarded by the logger's lock
     std::string partitionBaseline_;
     int descriptorsAtStart_ = 0;
 };

@@ -75,8 +75,9 @@ void reset();
 // The node exists when the file root + kPath exists. A descriptor opened on it is real, but
 // poll, lseek and read on it follow the injected events: poll blocks until an event is
 // pending, then the events are delivered one by one in the order injected. A value arms the
-// next lseek and read (poll reports POLLIN); a read then returns its bytes. Calls on other
-// descriptors are not affected beyond one atomic load.
+// next lseek and read (poll reports POLLIN); a read then returns its bytes from the
+// descriptor's offset on, as the driver's node does. Calls on other descriptors are not
+// affected beyond one atomic load.
 namespace fault_node {
 
 inline constexpr const char* kPath = "/proc/fpga/errinfoto_op";
