@@ -14,7 +14,7 @@
  * limitations under the License.
  */
 
-// The statistics service lookup, the counter field parse and the sending of an atom.
+// The statistics service lookup and the counter field parse.
 
 #include <gtest/gtest.h>
 
@@ -48,7 +48,6 @@ const ParseCase kParseCases[] = {
         {"NoColon", "up12", "up", false, 0, "parse value failed\n"},
         {"EmptyKey", ":5", "up", false, 0, "parse value failed\n"},
         {"AllZero", "", "up", false, 0, "parse value failed\n"},
-        {"NoNumber", "up:", "up", false, 0, "parse value failed\n"},
         {"SixteenCharacterKey", "abcdefghijklmnop", "up", false, 0, "parse value failed\n"},
         {"LongerKey", "upper:5", "up", false, 0, "parse up value failed\n"},
         {"ShorterKey", "up:5", "upp", false, 0, "parse upp value failed\n"},
@@ -87,41 +86,5 @@ TEST_F(GetStatsServiceTest, ManifestIsNotConsultedOnceDeclared) {
     EXPECT_TRUE(stats->isRemote());  // the service lives in a process of its own
     EXPECT_EQ(reporterMessages(), Strings{"E Stats service is not registered."});
 }
-
-struct TextCase {
-    const char* name;
-    std::string text;  // at most 16 bytes, as a leading text is
-    bool sent;
-};
-
-// An atom's string travels as UTF-16: text that is not strict UTF-8 cannot be sent.
-const TextCase kTextCases[] = {
-        {"Ascii", "FPGA-7", true},
-        {"TwoToFourBytes", "\xc3\xa9\xe2\x82\xac\xf0\x9f\x98\x80\xf4\x8f\xbf\xbf", true},
-        {"StrayContinuation", "a\x80", false},
-        {"Overlong", "\xe0\x80\xaf", false},
-        {"LeadC0", "\xc0\xaf", false},
-        {"LeadC1", "\xc1\xbf", false},
-        {"LeadF5", "\xf5\x80\x80\x80", false},
-        {"Surrogate", "\xed\xa0\x80", false},
-        {"Truncated", "ab\xe2\x82", false},
-        {"ErasedFlash", std::string(16, '\xff'), false},
-};
-
-class DoReportEventTest : public ReporterTest, public ::testing::WithParamInterface<TextCase> {};
-
-TEST_P(DoReportEventTest, OnlyUtf8TextIsSent) {
-    const TextCase& c = GetParam();
-    setService(Service::Running);
-    bool declared = true;
-
-    misc::doReportEvent(misc::getStatsService(&declared), 7, c.text.c_str(), {-1}, "unsent");
-
-    EXPECT_EQ(describedAtoms(), c.sent ? Strings{"7 '" + c.text + "' -1"} : Strings{});
-    EXPECT_EQ(count("unsent"), c.sent ? 0u : 1u);
-}
-
-INSTANTIATE_TEST_SUITE_P(Texts, DoReportEventTest, ::testing::ValuesIn(kTextCases),
-                         [](const auto& info) { return std::string(info.param.name); });
 
 }  // namespace
