@@ -325,6 +325,7 @@ TEST_F(FpgaFaultTest, CaptureFailsWhenRetentionFailsButKeepsTheDump) {
     EXPECT_EQ(LogSaveFunc(2), -1);
     EXPECT_TRUE(loggedError("Failed to open directory: " + std::string(kLogDir)));
     EXPECT_TRUE(loggedError("DeleteOldLog is failed."));
+    EXPECT_EQ(DeleteOldLog(), -1);
     makeDir(kLogDir, 0700);
     EXPECT_EQ(logDirEntries().size(), 1u);
 }
