@@ -97,8 +97,6 @@ class DeviceTest : public ::testing::Test {
     std::string readPartition(off_t offset, size_t length) const;
     // Setup of the image: also updates the baseline.
     void writePartition(off_t offset, const std::string& bytes);
-    // Takes the current image as the baseline.
-    void snapshotPartition();
     // Every byte outside the given ranges equals the baseline.
     void expectPartitionUnchangedExcept(std::vector<Range> changed = {}) const;
 
@@ -122,18 +120,16 @@ class DeviceTest : public ::testing::Test {
     void clearLog();
     // The tag of lines logged without one (liblog substitutes the program's short name).
     static std::string defaultTag();
-    static bool isDefaultTag(const std::string& tag) { return tag == defaultTag(); }
 
-    // ---- Descriptors ----
+  private:
+    // Takes the current image as the baseline.
+    void snapshotPartition();
     // Descriptors open in this process now.
     static int openDescriptorCount();
-
-    // ---- Fault watcher ----
     // Makes a watcher waiting on the fault node fail its poll and waits until it closed
     // the node.
     void stopFaultWatcher() const;
 
-  private:
     std::string root_;
     std::vector<LogLine> log_;  // guarded by the logger's lock
     std::string partitionBaseline_;

@@ -114,7 +114,7 @@ void ReporterTest::runReporter(const std::function<void()>& start) {
 std::vector<std::string> ReporterTest::reporterMessages() const {
     std::vector<std::string> messages;
     for (const LogLine& line : lines()) {
-        if (!isDefaultTag(line.tag)) continue;
+        if (line.tag != defaultTag()) continue;
         const char* priority = line.priority == ANDROID_LOG_ERROR   ? "E "
                                : line.priority == ANDROID_LOG_DEBUG ? "D "
                                                                     : "? ";
