@@ -84,10 +84,10 @@ void resetRebootCount(int32_t rebootCount) {
     writeInterface(kReservePartitionPath, kRebootFieldOffset, field, kCounterFieldSize);
 }
 
-int fpgaReportStatsFunc() {
+void fpgaReportStatsFunc() {
     if (!delayAndProbe("Another thread to delay report fpga info", kFpgaProbePath,
                        "fpga is not support!\n")) {
-        return -1;
+        return;
     }
     std::shared_ptr<IStats> stats = getStatsService(&gFpgaStatsDeclared);
 
@@ -102,7 +102,6 @@ int fpgaReportStatsFunc() {
                       "Unable to report fpga info to Stats service");
     }
     resetRebootCount(copy.counters[kRebootCounter]);
-    return 0;
 }
 
 }  // namespace

@@ -22,6 +22,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <tuple>
 #include <vector>
 
 #include <android/log.h>
@@ -59,10 +60,8 @@ std::vector<FileEntry> listEntries(DIR* dir) {
 }  // namespace
 
 bool compareFiles(const FileEntry& a, const FileEntry& b) {
-    if (a.modTime.tv_sec != b.modTime.tv_sec) {
-        return a.modTime.tv_sec < b.modTime.tv_sec;
-    }
-    return a.modTime.tv_nsec < b.modTime.tv_nsec;
+    return std::tie(a.modTime.tv_sec, a.modTime.tv_nsec) <
+           std::tie(b.modTime.tv_sec, b.modTime.tv_nsec);
 }
 
 int DeleteOldLog() {

@@ -58,6 +58,8 @@ constexpr size_t kCodeTextSize = 32;
 constexpr size_t kLongestCodeText = 14 + 1;
 static_assert(kViewCodeEnd + kViewShift + kViewShiftedBytes <= static_cast<size_t>(kOpInfoViewSize));
 static_assert(kViewCodeStart + kLongestCodeText <= static_cast<size_t>(kOpInfoViewSize));
+// Formatting the code can neither fail nor be cut short.
+static_assert(kLongestCodeText <= kCodeTextSize);
 
 // Enable-info area: header, then the "sr" and the "hr" info text.
 constexpr int kEnableHeaderOffset = 0x514320;
@@ -108,7 +110,7 @@ void storeFaultCode(char* record, unsigned long value) {
 }
 
 // Replaces the raw fault code of a node-288 view by its hexadecimal text.
-int getFpgaOpEcData(char* cb_data) {
+void getFpgaOpEcData(char* cb_data) {
     __android_log_print(ANDROID_LOG_DEBUG, nullptr, "getFpgaOpEcData start:%zu, end:%zu\n",
                         kViewCodeStart, kViewCodeEnd);
     unsigned long long code = readBigEndian(cb_data + kViewCodeStart, kFaultCodeSize);
@@ -120,21 +122,10 @@ int getFpgaOpEcData(char* cb_data) {
     int len = snprintf(text, sizeof(text), "%llx", code);
     __android_log_print(ANDROID_LOG_DEBUG, nullptr, "getFpgaOpEcData len=%d, temp_buffer=%s", len,
                         text);
-    if (len < 0) {
-        __android_log_print(ANDROID_LOG_DEBUG, nullptr,
-                            "Error: Failed to convert uint64_t to string.\n");
-        return -1;
-    }
-    if (static_cast<size_t>(len) >= kCodeTextSize) {
-        __android_log_print(ANDROID_LOG_DEBUG, nullptr,
-                            "Error: Not enough space in cb_data to copy the string.\n");
-        return -1;
-    }
     // The text can be longer than the raw code: the bytes after the code move up by two
     // before the text is copied in.
     memmove(cb_data + kViewCodeEnd + kViewShift, cb_data + kViewCodeEnd, kViewShiftedBytes);
     memcpy(cb_data + kViewCodeStart, text, static_cast<size_t>(len) + 1);
-    return 0;
 }
 
 // Places the 16-character working copy in its field, writing the header first if missing.
@@ -220,12 +211,9 @@ int ZenthFpga::readFpgaOpInfoEn(const char* path, char* cb_data, int nodeFlag) {
         count = readInterface(path, kEnableSrOffset, cb_data, kEnableViewSize);
     }
     __android_log_print(ANDROID_LOG_DEBUG, nullptr, "count = %d", count);
-    if (nodeFlag != FPGA_OP_INFO_NODE) {
-        return count;
-    }
-    // The code text is placed even when the read failed.
-    if (getFpgaOpEcData(cb_data) < 0) {
-        return -1;
+    if (nodeFlag == FPGA_OP_INFO_NODE) {
+        // The code text is placed even when the read failed.
+        getFpgaOpEcData(cb_data);
     }
     return count;
 }

@@ -106,7 +106,6 @@ void doReportEvent(const std::shared_ptr<IStats>& stats, int32_t atomId, const c
     __android_log_print(ANDROID_LOG_DEBUG, nullptr, "doReportEvent\n");
 
     std::vector<VendorAtomValue> values;
-    values.reserve(counters.size() + 1);
     values.push_back(VendorAtomValue::make<VendorAtomValue::stringValue>(
             std::string(leadingText, strnlen(leadingText, kCounterFieldSize))));
     for (int32_t counter : counters) {

@@ -94,10 +94,10 @@ void updateExgpioCounters(bool partitionExists, int base, ExgpioWorkingCopy& cop
     storePreviousCounts(base, copy);
 }
 
-int exgpioReportStatsFunc() {
+void exgpioReportStatsFunc() {
     if (!delayAndProbe("Another thread to delay report exgpio info", kExgpioProbePath,
                        "exgpio is not support!\n")) {
-        return -1;
+        return;
     }
     std::shared_ptr<IStats> stats = getStatsService(&gExgpioStatsDeclared);
 
@@ -113,12 +113,11 @@ int exgpioReportStatsFunc() {
         __android_log_print(
                 ANDROID_LOG_ERROR, nullptr,
                 "misc exgpio unable to get Stats service or error count is not changed.");
-        return 0;
+        return;
     }
     doReportEvent(stats, kExgpioAtomId, copy.fields[kLeading],
                   {counters[kI2c], counters[kRs], counters[kPw]},
                   "Unable to report exgpio info to Stats service");
-    return 0;
 }
 
 }  // namespace
