@@ -58,8 +58,10 @@ bool nodeExists(const char* path) {
 }
 
 void setFanDeviceId(int regionOffset) {
+    // The read leaves the last byte as the terminator of the logged text.
     char hardwareId[kFanHardwareIdLength + 1] = {};
-    if (readInterface(kReservePartitionPath, regionOffset, hardwareId, kFanHardwareIdLength) < 1) {
+    if (readInterface(kReservePartitionPath, regionOffset, hardwareId,
+                      static_cast<int>(sizeof(hardwareId)) - 1) < 1) {
         return;
     }
     __android_log_print(ANDROID_LOG_DEBUG, kMiscLogTag, "read fan hw id = %s", hardwareId);
@@ -77,7 +79,7 @@ void setFanDeviceId(int regionOffset) {
 void loadFanRpmTable(int regionOffset) {
     char table[kFanRpmTableLength + 1] = {};
     if (readInterface(kReservePartitionPath, regionOffset + kFanRpmTableOffset, table,
-                      kFanRpmTableLength) < 1) {
+                      static_cast<int>(sizeof(table)) - 1) < 1) {
         return;
     }
     __android_log_print(ANDROID_LOG_DEBUG, kMiscLogTag, "read fan rpm table info = %s", table);
