@@ -86,13 +86,13 @@ bool parseCounterField(const char* field, const char* key, int32_t* value) {
     CounterFieldText text;
     copyCounterField(text, field);
 
+    // The format's width keeps the key and its terminator within the buffer.
     char parsedKey[kCounterFieldSize] = {};
     int number = 0;
     if (sscanf(text, kCounterFieldFormat, parsedKey, &number) != 2) {
         __android_log_print(ANDROID_LOG_ERROR, nullptr, "parse value failed\n");
         return false;
     }
-    parsedKey[kCounterFieldSize - 1] = '\0';
     if (strcmp(parsedKey, key) != 0) {
         __android_log_print(ANDROID_LOG_ERROR, nullptr, "parse %s value failed\n", key);
         return false;
