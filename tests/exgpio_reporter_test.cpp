@@ -34,7 +34,6 @@ namespace {
 using ::aidl::vendor::zenth::hardware::misc::ZenthExgpio;
 using Strings = std::vector<std::string>;
 using Service = ReporterTest::Service;
-constexpr auto field = ReporterTest::field;
 
 constexpr off_t kEmmcArea = 5121024;
 constexpr off_t kUfsArea = 5398528;
