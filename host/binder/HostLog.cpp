@@ -59,6 +59,22 @@ std::string sourcePosition(const struct __android_logger_data* data) {
     return std::string(data->file) + ":" + std::to_string(data->line) + "] ";
 }
 
+// Bytes other than printable ASCII and tabs as "\xNN", as `logcat -v printable` shows them:
+// partition garbage in a message must not make the log unreadable as text.
+std::string printable(const std::string& line) {
+    std::string out;
+    for (unsigned char byte : line) {
+        if (byte == '\t' || (byte >= 0x20 && byte < 0x7F)) {
+            out += static_cast<char>(byte);
+        } else {
+            char escaped[8];
+            snprintf(escaped, sizeof(escaped), "\\x%02x", byte);
+            out += escaped;
+        }
+    }
+    return out;
+}
+
 }  // namespace
 
 void logcatLogger(const struct __android_logger_data* data, const char* message) {
@@ -68,7 +84,7 @@ void logcatLogger(const struct __android_logger_data* data, const char* message)
     std::string rest = message != nullptr ? message : "";
     do {
         size_t end = rest.find('\n');
-        text += prefix + rest.substr(0, end) + "\n";
+        text += prefix + printable(rest.substr(0, end)) + "\n";
         rest = end == std::string::npos ? std::string() : rest.substr(end + 1);
     } while (!rest.empty());
     // One write per message keeps lines of concurrent threads apart.
