@@ -28,6 +28,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
+#include <future>
 #include <mutex>
 #include <regex>
 #include <string>
@@ -426,16 +427,17 @@ std::string valueLine(const char* hex, int count) {
 
 class FpgaWatcherTest : public FpgaFaultTest {
   protected:
+    // The watcher's body on a thread of the test's own, so that its result can be seen.
     void startWatcher() {
         createFaultNode();
-        ZenthFpga fpga;
-        fpga.startFpgaThread();
+        watcher_ = std::async(std::launch::async, fpgaWriteOpFunc);
         ASSERT_TRUE(fault_node::waitForPollCalls(1, kWait)) << "the watcher never polled";
     }
     // Ends the watcher as a broken node would, and waits until it has closed the node.
     void endWatcher() {
         fault_node::injectReadError(EIO);
         ASSERT_TRUE(fault_node::waitUntilClosed(kWait));
+        EXPECT_EQ(watcher_.get(), -1);
         EXPECT_EQ(count(ANDROID_LOG_ERROR, defaultTag(), "buf read err"), 1u);
     }
     // Waits until both consumers have rejected `events` values.
@@ -452,6 +454,8 @@ class FpgaWatcherTest : public FpgaFaultTest {
     long countAt(off_t offset) const {
         return std::strtol(readPartition(offset, 13).c_str(), nullptr, 10);
     }
+
+    std::future<int> watcher_;
 };
 
 TEST_F(FpgaWatcherTest, StartsOnlyWhenTheNodeExists) {
@@ -470,6 +474,7 @@ TEST_F(FpgaWatcherTest, StartsOnlyWhenTheNodeExists) {
         EXPECT_EQ(count(ANDROID_LOG_DEBUG, defaultTag(), line), 1u) << line;
     }
     EXPECT_TRUE(loggedError("Can't open file /proc/fpga/errinfoto_op"));
+    EXPECT_EQ(fpgaWriteOpFunc(), -1);
 }
 
 TEST_F(FpgaWatcherTest, ShortReadsLeaveTheMissingBytesZero) {
