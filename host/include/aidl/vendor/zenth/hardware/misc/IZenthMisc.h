@@ -40,7 +40,7 @@ class IZenthMisc : public ::ndk::ICInterface {
     virtual ~IZenthMisc();
 
     static inline const int32_t version = 1;
-    static inline const std::string hash = "6f0c3e9d2a41b7c85e13f4a09d27b6c1e8a5f302";
+    static inline const std::string hash = "c5cba9d7b83e6efb3dd76a0aec5324a79b161af8";
 
     static constexpr uint32_t TRANSACTION_initialize = FIRST_CALL_TRANSACTION + 0;
     static constexpr uint32_t TRANSACTION_isMiscNodeSupport = FIRST_CALL_TRANSACTION + 1;
