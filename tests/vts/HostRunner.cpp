@@ -18,14 +18,19 @@
 // on the emulated phone's sample device. Before main the device and the platform are prepared
 // and a client thread is started; it runs the tests once the daemon serves and then ends the
 // process with their status, as a kill ends the daemon on a phone.
+//
+// It adds the refusals the device test leaves out: had the service regressed, those calls would
+// write the reserve partition or the persist files, which on a phone hold its calibration.
 
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include <aidl/vendor/zenth/hardware/misc/IZenthMisc.h>
 #include <android/binder_manager.h>
@@ -34,10 +39,12 @@
 
 #include "SampleDevice.h"
 
+using aidl::vendor::zenth::hardware::misc::IZenthMisc;
+
 namespace {
 
 std::string instanceName() {
-    return std::string(aidl::vendor::zenth::hardware::misc::IZenthMisc::descriptor) + "/default";
+    return std::string(IZenthMisc::descriptor) + "/default";
 }
 
 int gArgc = 0;
@@ -75,5 +82,40 @@ struct TestStarter {
 };
 
 const TestStarter gTestStarter;
+
+// The row naming the reserve partition device itself: readable, never written as a node.
+constexpr int32_t kReservePartitionNode = 288;
+constexpr int32_t kTriStateCalibration = 1000104;
+constexpr int32_t kMaxCalibrationLength = 4096;
+
+class ZenthMiscHostOnly : public testing::Test {
+  protected:
+    void SetUp() override {
+        ndk::SpAIBinder binder(AServiceManager_waitForService(instanceName().c_str()));
+        misc = IZenthMisc::fromBinder(binder);
+        ASSERT_NE(misc, nullptr);
+    }
+
+    std::shared_ptr<IZenthMisc> misc;
+};
+
+TEST_F(ZenthMiscHostOnly, RefusesWritingTheReservePartitionAsANode) {
+    int32_t written = 0;
+    ASSERT_TRUE(misc->miscWriteNodeFile(0, kReservePartitionNode, "1", &written).isOk());
+    EXPECT_EQ(written, -1);
+}
+
+TEST_F(ZenthMiscHostOnly, RefusesCalibrationLengthsOutOfRange) {
+    const std::vector<uint8_t> oversized(kMaxCalibrationLength + 1, '1');
+    const std::vector<uint8_t> single = {'1'};
+    bool saved = true;
+    ASSERT_TRUE(misc->saveCalibrationData(kTriStateCalibration, oversized,
+                                          kMaxCalibrationLength + 1, &saved)
+                        .isOk());
+    EXPECT_FALSE(saved);
+    saved = true;
+    ASSERT_TRUE(misc->saveCalibrationData(kTriStateCalibration, single, -1, &saved).isOk());
+    EXPECT_FALSE(saved);
+}
 
 }  // namespace
