@@ -15,8 +15,9 @@
  */
 
 // The pieces a device build puts together agree with the daemon and with each other: every
-// path the daemon touches has an SELinux label of the service's policy, and the service's
-// instance, version and executable are the same for the policy, init, VINTF and the build.
+// path the daemon touches has an SELinux label of the service's policy and an owner the service
+// can write as; the service's instance, version and executable are the same for the policy,
+// init, VINTF, the interface module and the build; the host stand-ins serve the frozen interface.
 
 #include <gtest/gtest.h>
 
@@ -27,6 +28,7 @@
 #include <set>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <aidl/vendor/zenth/hardware/misc/IZenthMisc.h>
@@ -42,6 +44,8 @@ using aidl::vendor::zenth::hardware::misc::IZenthMisc;
 const fs::path kTree = ZENTH_SOURCE_DIR;
 const fs::path kPolicy = kTree / "sepolicy";
 const fs::path kServiceRc = kTree / "aidl/vendor.zenth.hardware.ZenthMisc-V1-service.rc";
+const fs::path kManifest = kTree / "aidl/vendor.zenth.hardware.ZenthMisc-V1-service.xml";
+const fs::path kInterfaces = kTree / "interfaces";
 
 std::string readFile(const fs::path& path) {
     std::ifstream in(path);
@@ -71,6 +75,27 @@ std::vector<std::string> search(const std::string& text, const std::string& patt
     if (!std::regex_search(text, match, regex)) return groups;
     for (size_t i = 0; i < groups.size(); ++i) groups[i] = match[i];
     return groups;
+}
+
+// Every match of the regex's first group in text.
+std::vector<std::string> all(const std::string& text, const std::string& pattern) {
+    std::vector<std::string> found;
+    const std::regex regex(pattern);
+    for (std::sregex_iterator it(text.begin(), text.end(), regex), end; it != end; ++it) {
+        found.push_back((*it)[1]);
+    }
+    return found;
+}
+
+// The strings of a module's top-level property, a list ("srcs: [...]") or a single string.
+std::vector<std::string> strings(const std::string& body, const std::string& property) {
+    return all(search(body, "\n    " + property + R"(: (\[[^\]]*\]|"[^"]*"))")[1],
+               R"re("([^"]*)")re");
+}
+
+// The body of the first Android.bp module of this type: bpfmt ends each at a line's start.
+std::string module(const fs::path& bp, const std::string& type) {
+    return search(readFile(bp), "(?:^|\n)" + type + R"( \{([\s\S]*?\n)\})")[1];
 }
 
 std::string policyStatements() {
@@ -148,7 +173,7 @@ TEST(DeviceIntegrationTest, InstanceAndVersionAreTheSameEverywhere) {
     EXPECT_EQ(search(readFile(kServiceRc), R"(interface aidl (\S+))")[1], instance);
 
     const std::vector<std::string> manifest =
-            search(readFile(kTree / "aidl/vendor.zenth.hardware.ZenthMisc-V1-service.xml"),
+            search(readFile(kManifest),
                    R"(<name>(\S+)</name>\s*<version>(\d+)</version>\s*<fqname>(\S+)</fqname>)");
     EXPECT_EQ(manifest[1] + "." + manifest[3] + "@" + manifest[2], versioned);
     const std::vector<std::string> matrix = search(
@@ -161,8 +186,7 @@ TEST(DeviceIntegrationTest, InstanceAndVersionAreTheSameEverywhere) {
 TEST(DeviceIntegrationTest, InitStartsTheInstalledAndLabelledExecutable) {
     const std::string executable = search(readFile(kServiceRc), R"(service \S+ (\S+))")[1];
 
-    const std::string binary =
-            search(readFile(kTree / "aidl/Android.bp"), R"(cc_binary \{([^}]*)\})")[1];
+    const std::string binary = module(kTree / "aidl/Android.bp", "cc_binary");
     EXPECT_NE(binary.find("vendor: true"), std::string::npos);
     EXPECT_EQ(executable, "/vendor/bin/" +
                                   search(binary, R"re(relative_install_path: "(\S+)")re")[1] + "/" +
@@ -174,6 +198,119 @@ TEST(DeviceIntegrationTest, InitStartsTheInstalledAndLabelledExecutable) {
                                     [&](const Label& label) { return label.covers(executable); });
     ASSERT_NE(label, labels.end()) << executable;
     EXPECT_EQ(label->type, domain + "_exec");
+}
+
+// Device attributes get their owner from the ueventd fragment, class attributes (which have no
+// uevent) from the service's .rc; the fragment ships as a vendor file of its own, which the
+// board's ueventd file imports, never in place of the board's file.
+TEST(DeviceIntegrationTest, TheServiceUserOwnsEveryDeviceNodeItOpens) {
+    const std::string user = search(readFile(kServiceRc), R"(\n    user (\S+))")[1];
+    const std::string prebuilt = module(kTree / "aidl/Android.bp", "prebuilt_etc");
+    EXPECT_NE(prebuilt.find("vendor: true"), std::string::npos);
+    const std::vector<std::string> src = strings(prebuilt, "src");
+    ASSERT_EQ(src.size(), 1u);
+    const fs::path ueventd = kTree / "aidl" / src[0];
+
+    std::set<std::string> owned;
+    for (const auto& row : rows(ueventd, R"((/dev/\S+)\s+0[67][0-7]{2}\s+(\S+)\s+\S+)")) {
+        if (row[2] == user) owned.insert(row[1]);
+    }
+    for (const auto& row : rows(ueventd, R"((/sys/\S+)\s+(\S+)\s+0[67][0-7]{2}\s+(\S+)\s+\S+)")) {
+        if (row[3] == user) owned.insert(row[1] + "/" + row[2]);
+    }
+    for (const auto& row : rows(kServiceRc, R"(\s*chown (\S+) \S+ (\S+))")) {
+        if (row[1] == user) owned.insert(row[2]);
+    }
+    for (const std::string& path : pathsTheDaemonTouches()) {
+        if (path.rfind("/dev/", 0) == 0 || path.rfind("/sys/", 0) == 0) {
+            EXPECT_EQ(owned.count(path), 1u) << path << " gets no owner " << user;
+        }
+    }
+
+    const std::string product = readFile(kTree / "zenth_misc.mk");
+    const std::vector<std::string> packages =
+            all(search(product, R"(PRODUCT_PACKAGES \+=((?:.*\\\n)*.*))")[1], R"(([^\s\\]+))");
+    for (const std::string& name :
+         {strings(module(kTree / "aidl/Android.bp", "cc_binary"), "name").at(0), src[0]}) {
+        EXPECT_EQ(std::count(packages.begin(), packages.end(), name), 1) << name;
+    }
+    EXPECT_EQ(product.find("/etc/ueventd.rc"), std::string::npos);
+}
+
+// A definition's tokens without comments, imports and the qualifiers of its own package.
+std::string apiOf(const std::string& definition, const std::string& package) {
+    std::string api = std::regex_replace(
+            definition, std::regex(R"(/\*[\s\S]*?\*/|//[^\n]*|\bimport [^;]*;)"), " ");
+    api = std::regex_replace(
+            api,
+            std::regex(std::regex_replace(package, std::regex(R"(\.)"), R"(\.)") + R"(\.(?=\w))"),
+            "");
+    return std::regex_replace(api, std::regex(R"(\s+)"), " ");
+}
+
+// The interface module is the stand-ins' interface (and so the manifest's and the matrix's HAL),
+// frozen at the version the daemon and the device test link; the stand-ins serve that version.
+TEST(DeviceIntegrationTest, TheFrozenInterfaceIsTheOneDeclaredLinkedAndServed) {
+    const std::string interface = module(kInterfaces / "Android.bp", "aidl_interface");
+    const std::string name = strings(interface, "name").at(0);
+    EXPECT_EQ(strings(interface, "stability"), std::vector<std::string>{"vintf"});
+    EXPECT_NE(interface.find("vendor_available: true"), std::string::npos);
+    EXPECT_NE(interface.find("frozen: true"), std::string::npos);
+    const std::vector<std::string> versions = all(interface, R"re(version: "(\d+)")re");
+    ASSERT_FALSE(versions.empty());
+    const std::string version = versions.back();
+    EXPECT_EQ(version, std::to_string(IZenthMisc::version));
+
+    for (const fs::path& user : {kTree / "aidl/Android.bp", kTree / "tests/vts/Android.bp"}) {
+        EXPECT_NE(readFile(user).find('"' + name + "-V" + version + "-ndk\""), std::string::npos)
+                << user;
+    }
+
+    const std::string descriptor = IZenthMisc::descriptor;
+    EXPECT_EQ(descriptor.substr(0, descriptor.rfind('.')), name);
+    std::string folder = name;
+    std::replace(folder.begin(), folder.end(), '.', '/');
+    const fs::path frozen = kInterfaces / "aidl_api" / name / version;
+    const std::string dump =
+            readFile(frozen / folder / (descriptor.substr(descriptor.rfind('.') + 1) + ".aidl"));
+    EXPECT_EQ(search(dump, R"(\npackage (\S+);)")[1], name);
+    EXPECT_TRUE(std::regex_search(dump, std::regex(R"(@VintfStability\s+interface )")));
+    // Transaction codes follow the methods' order of declaration.
+    const std::vector<std::pair<std::string, uint32_t>> served = {
+            {"initialize", IZenthMisc::TRANSACTION_initialize},
+            {"isMiscNodeSupport", IZenthMisc::TRANSACTION_isMiscNodeSupport},
+            {"miscReadNodeFile", IZenthMisc::TRANSACTION_miscReadNodeFile},
+            {"miscWriteNodeFile", IZenthMisc::TRANSACTION_miscWriteNodeFile},
+            {"saveCalibrationData", IZenthMisc::TRANSACTION_saveCalibrationData},
+    };
+    const std::vector<std::string> methods = all(dump, R"(\n  \S+ (\w+)\()");
+    ASSERT_EQ(methods.size(), served.size());
+    for (size_t i = 0; i < served.size(); ++i) {
+        EXPECT_EQ(methods[i], served[i].first);
+        EXPECT_EQ(served[i].second, FIRST_CALL_TRANSACTION + i) << served[i].first;
+    }
+    const std::vector<std::string> hashes = all(readFile(frozen / ".hash"), R"((\S+)\s*)");
+    ASSERT_FALSE(hashes.empty());
+    EXPECT_EQ(hashes.back(), IZenthMisc::hash);
+
+    // A frozen interface's sources are its last version.
+    for (const auto& entry : fs::recursive_directory_iterator(frozen)) {
+        if (entry.path().extension() != ".aidl") continue;
+        const fs::path source = kInterfaces / fs::relative(entry.path(), frozen);
+        EXPECT_EQ(apiOf(readFile(source), name), apiOf(readFile(entry.path()), name)) << source;
+    }
+}
+
+TEST(DeviceIntegrationTest, DeviceAndHostBuildTheSameDaemonSources) {
+    std::set<std::string> device;
+    for (const char* type : {"cc_library_static", "cc_binary"}) {
+        for (const std::string& source : strings(module(kTree / "aidl/Android.bp", type), "srcs")) {
+            device.insert(source);
+        }
+    }
+    const std::vector<std::string> host =
+            all(readFile(kTree / "aidl/CMakeLists.txt"), R"(\b(\w+\.cpp)\b)");
+    EXPECT_EQ(device, std::set<std::string>(host.begin(), host.end()));
 }
 
 }  // namespace
