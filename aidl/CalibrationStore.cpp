@@ -28,6 +28,7 @@
 
 #include "NodeInterface.h"
 #include "ReservePartition.h"
+#include "ZenthMisc.h"
 
 namespace aidl::vendor::zenth::hardware::misc {
 
@@ -106,7 +107,7 @@ bool storeMotorHallCalibration(const std::vector<uint8_t>& data) {
         return false;
     }
     return writeInterface(kReservePartitionPath, motorHallRecordOffset(),
-                          reinterpret_cast<const char*>(data.data()), kMotorHallRecordSize) > 0;
+                          reinterpret_cast<const char*>(data.data()), kMotorHallRecord.length) > 0;
 }
 
 bool lengthIsValid(const std::vector<uint8_t>& data, int32_t length) {
@@ -138,7 +139,7 @@ ndk::ScopedAStatus ZenthMisc::saveCalibrationData(int32_t in_type,
         *_aidl_return = storeCalibrationFile(kMagneticCoverKind, in_calibrationData, in_length);
     } else if (in_type == kTriStateHallCalibrationType) {
         *_aidl_return = storeCalibrationFile(kTriStateHallKind, in_calibrationData, in_length);
-    } else if (in_type == kMotorHallCalibrationType && in_length == kMotorHallRecordSize) {
+    } else if (in_type == kMotorHallCalibrationType && in_length == kMotorHallRecord.length) {
         *_aidl_return = storeMotorHallCalibration(in_calibrationData);
     }
     return ndk::ScopedAStatus::ok();

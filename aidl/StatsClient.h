@@ -24,10 +24,10 @@
 
 #include <aidl/android/frameworks/stats/IStats.h>
 
+#include "ReservePartition.h"
+
 namespace aidl::vendor::zenth::hardware::misc {
 
-// Length of one counter field of a reserve-partition counter area.
-inline constexpr int kCounterFieldSize = 16;
 // A field as text: its 16 bytes and a NUL, for fields that fill all 16 bytes.
 using CounterFieldText = char[kCounterFieldSize + 1];
 

@@ -37,7 +37,6 @@
 
 namespace bench {
 
-using zenth_host::kSrCount;
 using zenth_host::Logger;
 using zenth_host::useLogger;
 
@@ -47,6 +46,8 @@ using Clock = std::chrono::steady_clock;
 namespace misc = aidl::vendor::zenth::hardware::misc;
 
 constexpr int kEvents = 10000;
+// The "sr" count's text, after its key.
+constexpr off_t kSrCount = misc::fpgaOpInfoFieldOffset(misc::kFpgaSrField) + 3;
 constexpr uint64_t kSoftReset = 2;  // counted under "sr" and captured as one kind
 constexpr auto kWindow = std::chrono::milliseconds(3000);
 constexpr auto kGiveUp = std::chrono::seconds(120);

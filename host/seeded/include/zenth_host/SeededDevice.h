@@ -25,12 +25,8 @@
 
 namespace zenth_host {
 
-// Offsets of the reserve partition regions the figures look at (eMMC storage).
+// Big enough for every region of the reserve partition; the seeded device stores on eMMC.
 inline constexpr off_t kPartitionSize = 6 * 1024 * 1024;
-inline constexpr off_t kMotorRecord = 0x41AC00;
-inline constexpr off_t kOpRecord = 0x514030;
-inline constexpr off_t kSrCount = 0x514043;
-inline constexpr off_t kEnableInfo = 0x514320;
 
 // A fresh root folder under /dev/shm, set as the emulated device's root while it lives.
 class SeededDevice {
