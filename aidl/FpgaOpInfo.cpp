@@ -25,7 +25,7 @@
 #include "MiscNodeTable.h"
 #include "NodeInterface.h"
 #include "ReservePartition.h"
-#include "ZenthFpga.h"
+#include "ZenthFpgaInternal.h"
 
 namespace aidl::vendor::zenth::hardware::misc {
 
@@ -39,9 +39,7 @@ constexpr int kOpRecordSize = (kFpgaFaultCodeField - kFpgaI2cField + 1) * kCount
 constexpr long kCountLimit = 99999999999L;
 
 // Fault code: bits 54..0 of a tagged value, big-endian after the "ec:" key.
-constexpr unsigned long kTagMask = 0xFF80000000000000UL;
-constexpr unsigned long kTagValue = 0xAA80000000000000UL;
-constexpr unsigned long kFaultCodeMask = ~kTagMask;
+constexpr unsigned long kFaultCodeMask = ~kFaultTagMask;
 constexpr int kFaultCodePos =
         fpgaOpInfoFieldOffset(kFpgaFaultCodeField) - kOpRecordOffset + kFaultCodeKeyLength;
 
@@ -77,10 +75,6 @@ struct CountField {
 
 // Position of the count for fault values 1, 2 and 3 ("i2c", "sr", "hr").
 constexpr CountField kCountFields[] = {{4, 12}, {19, 13}, {35, 13}};
-
-bool isTagged(unsigned long value) {
-    return (value & kTagMask) == kTagValue;
-}
 
 unsigned long long readBigEndian(const char* bytes, int size) {
     unsigned long long result = 0;
@@ -169,7 +163,7 @@ int fpgaOpWrite(unsigned long value) {
     const CountField* count = nullptr;
     if (value >= 1 && value <= 3) {
         count = &kCountFields[value - 1];
-    } else if (!isTagged(value)) {
+    } else if (!isTaggedFaultValue(value)) {
         __android_log_print(ANDROID_LOG_ERROR, nullptr, "mode is not support");
         return -1;
     }

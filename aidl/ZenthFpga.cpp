@@ -27,6 +27,8 @@
 
 #include <android/log.h>
 
+#include "ZenthFpgaInternal.h"
+
 namespace aidl::vendor::zenth::hardware::misc {
 
 namespace {

@@ -33,7 +33,7 @@
 
 #include <zenth_host/SeededDevice.h>
 #include "Figures.h"
-#include "ZenthFpga.h"
+#include "ZenthFpgaInternal.h"
 
 namespace bench {
 

@@ -31,7 +31,7 @@
 #include "FuzzSupport.h"
 #include "ReservePartition.h"
 #include "StatsClient.h"
-#include "ZenthFpga.h"
+#include "ZenthFpgaInternal.h"
 
 namespace {
 
