@@ -26,6 +26,7 @@
 #include "NodeInterface.h"
 #include "ReservePartition.h"
 #include "StatsClient.h"
+#include "StatsDeclaredFlags.h"
 #include "ZenthFpga.h"
 
 namespace aidl::vendor::zenth::hardware::misc {
@@ -102,6 +103,8 @@ void fpgaReportStatsFunc() {
 }
 
 }  // namespace
+
+bool gFpgaStatsDeclared = false;
 
 void ZenthFpga::fpgaReportStats() {
     std::thread(fpgaReportStatsFunc).detach();

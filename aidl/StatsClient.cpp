@@ -45,9 +45,6 @@ constexpr const char* kCounterFieldFormat = "%15[^:]:%d";
 
 }  // namespace
 
-bool gFpgaStatsDeclared = false;
-bool gExgpioStatsDeclared = false;
-
 void copyCounterField(CounterFieldText& text, const char* field) {
     memcpy(text, field, kCounterFieldSize);
     text[kCounterFieldSize] = '\0';

@@ -41,11 +41,6 @@ void copyCounterField(CounterFieldText& text, const char* field);
 // read-only. Logs `unsupportedMessage` and returns false when it does not.
 bool delayAndProbe(const char* startMessage, const char* probePath, const char* unsupportedMessage);
 
-// Declared flags of the FPGA and the expander GPIO reporter, one each: false at start,
-// then the answer of the declaration query.
-extern bool gFpgaStatsDeclared;
-extern bool gExgpioStatsDeclared;
-
 // Looks the statistics service up without waiting. `declared` is the calling reporter's
 // own declared flag: once true, the declaration is not queried again.
 std::shared_ptr<::aidl::android::frameworks::stats::IStats> getStatsService(bool* declared);

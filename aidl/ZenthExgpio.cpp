@@ -25,6 +25,7 @@
 #include "NodeInterface.h"
 #include "ReservePartition.h"
 #include "StatsClient.h"
+#include "StatsDeclaredFlags.h"
 
 namespace aidl::vendor::zenth::hardware::misc {
 
@@ -117,6 +118,8 @@ void exgpioReportStatsFunc() {
 }
 
 }  // namespace
+
+bool gExgpioStatsDeclared = false;
 
 ZenthExgpio::ZenthExgpio() {
     __android_log_print(ANDROID_LOG_DEBUG, nullptr, "ZenthExgpio::ZenthExgpio\n");
