@@ -18,11 +18,11 @@
 #include <string.h>
 
 #include <iterator>
-#include <thread>
 #include <vector>
 
 #include <android/log.h>
 
+#include "DetachedThread.h"
 #include "NodeInterface.h"
 #include "ReservePartition.h"
 #include "StatsClient.h"
@@ -107,7 +107,7 @@ void fpgaReportStatsFunc() {
 bool gFpgaStatsDeclared = false;
 
 void ZenthFpga::fpgaReportStats() {
-    std::thread(fpgaReportStatsFunc).detach();
+    startDetachedThread(fpgaReportStatsFunc);
 }
 
 }  // namespace aidl::vendor::zenth::hardware::misc

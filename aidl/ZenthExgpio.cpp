@@ -18,10 +18,9 @@
 
 #include <stdio.h>
 
-#include <thread>
-
 #include <android/log.h>
 
+#include "DetachedThread.h"
 #include "NodeInterface.h"
 #include "ReservePartition.h"
 #include "StatsClient.h"
@@ -130,7 +129,7 @@ ZenthExgpio::~ZenthExgpio() {
 }
 
 void ZenthExgpio::exgpioReportStats() {
-    std::thread(exgpioReportStatsFunc).detach();
+    startDetachedThread(exgpioReportStatsFunc);
 }
 
 }  // namespace aidl::vendor::zenth::hardware::misc
