@@ -114,12 +114,10 @@ void doReportEvent(const std::shared_ptr<IStats>& stats, int32_t atomId, const c
     atom.atomId = atomId;
     atom.values = std::move(values);
 
-    AStatus* status = stats->reportVendorAtom(atom).release();
-    if (status == nullptr || !AStatus_isOk(status)) {
+    // Not OK either when the service returned no status object.
+    ndk::ScopedAStatus status = stats->reportVendorAtom(atom);
+    if (!status.isOk()) {
         __android_log_print(ANDROID_LOG_ERROR, nullptr, "%s", failureMessage);
-    }
-    if (status != nullptr) {
-        AStatus_delete(status);
     }
 }
 
