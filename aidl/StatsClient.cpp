@@ -36,9 +36,8 @@ using ::aidl::android::frameworks::stats::VendorAtomValue;
 
 namespace {
 
-// The package of this daemon's own interface, so that the atoms of both reporters are
-// attributed to the misc hardware service rather than to a single device.
-constexpr const char* kReverseDomainName = "vendor.zenth.hardware.misc";
+// The vendor's reverse domain, as the atom's own documentation asks.
+constexpr const char* kReverseDomainName = "com.zenth";
 
 // "%[^:]:%d" with the key conversion bounded by the 16-byte key buffer.
 constexpr const char* kCounterFieldFormat = "%15[^:]:%d";
