@@ -24,6 +24,7 @@
 
 #include <cstdint>
 
+#include <android-base/unique_fd.h>
 #include <android/log.h>
 
 #include "NodeInterface.h"
@@ -70,20 +71,19 @@ constexpr CalibrationFileKind kTriStateHallKind = {
 // Replaces the file's content with one write. Returns that write's result, or 0 when the
 // file could not be opened. The explicit chmod undoes the process umask.
 ssize_t writePersistFile(const char* path, const void* data, int32_t length) {
-    int fd = open(path, O_WRONLY | O_CREAT | O_TRUNC, kPersistFileMode);
-    if (fd < 0) {
+    ::android::base::unique_fd fd(open(path, O_WRONLY | O_CREAT | O_TRUNC, kPersistFileMode));
+    if (!fd.ok()) {
         __android_log_print(ANDROID_LOG_DEBUG, kMiscLogTag, "open %s failed! err:%s", path,
                             strerror(errno));
         return 0;
     }
     int ret = chmod(path, kPersistFileMode);
     __android_log_print(ANDROID_LOG_DEBUG, kMiscLogTag, "chmod result ret = %d", ret);
-    ssize_t count = write(fd, data, static_cast<size_t>(length));
+    ssize_t count = write(fd.get(), data, static_cast<size_t>(length));
     if (count == -1) {
         __android_log_print(ANDROID_LOG_DEBUG, kMiscLogTag, "write failed! length:%d", length);
     }
-    fsync(fd);
-    close(fd);
+    fsync(fd.get());
     return count;
 }
 

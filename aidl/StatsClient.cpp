@@ -25,6 +25,7 @@
 
 #include <aidl/android/frameworks/stats/VendorAtom.h>
 #include <aidl/android/frameworks/stats/VendorAtomValue.h>
+#include <android-base/unique_fd.h>
 #include <android/binder_manager.h>
 #include <android/log.h>
 
@@ -53,12 +54,11 @@ bool delayAndProbe(const char* startMessage, const char* probePath, const char* 
     __android_log_print(ANDROID_LOG_ERROR, nullptr, "%s", startMessage);
     usleep(kReportDelayUs);
 
-    int fd = open(probePath, O_RDONLY);
-    if (fd < 0) {
+    ::android::base::unique_fd probe(open(probePath, O_RDONLY));
+    if (!probe.ok()) {
         __android_log_print(ANDROID_LOG_ERROR, nullptr, "%s", unsupportedMessage);
         return false;
     }
-    close(fd);
     return true;
 }
 

@@ -24,6 +24,7 @@
 
 #include <cstdint>
 
+#include <android-base/unique_fd.h>
 #include <android/log.h>
 
 #include "DetachedThread.h"
@@ -117,13 +118,12 @@ void ZenthFpga::startFpgaThread() {
 
 int fpgaWriteOpFunc() {
     __android_log_print(ANDROID_LOG_DEBUG, nullptr, "fpgaWriteOpFunc come in");
-    int fd = open(kFaultNodePath, O_RDONLY);
-    if (fd < 0) {
+    ::android::base::unique_fd fd(open(kFaultNodePath, O_RDONLY));
+    if (!fd.ok()) {
         __android_log_print(ANDROID_LOG_ERROR, nullptr, "Can't open file %s", kFaultNodePath);
         return -1;
     }
-    watchFaultNode(fd);
-    close(fd);
+    watchFaultNode(fd.get());
     return -1;
 }
 
