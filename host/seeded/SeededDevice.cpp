@@ -145,13 +145,18 @@ const char* loggerName(Logger logger) {
     return logger == Logger::NoOp ? "no-op logger" : "stderr logger";
 }
 
-long residentKiB(pid_t pid) {
+long processStatus(pid_t pid, const std::string& field) {
     std::ifstream status("/proc/" + std::to_string(pid) + "/status");
+    const std::string prefix = field + ":";
     std::string line;
     while (std::getline(status, line)) {
-        if (line.rfind("VmRSS:", 0) == 0) return std::stol(line.substr(6));
+        if (line.rfind(prefix, 0) == 0) return std::stol(line.substr(prefix.size()));
     }
     return -1;
+}
+
+long residentKiB(pid_t pid) {
+    return processStatus(pid, "VmRSS");
 }
 
 }  // namespace zenth_host

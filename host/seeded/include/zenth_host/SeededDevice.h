@@ -59,7 +59,10 @@ enum class Logger { NoOp, Stderr };
 void useLogger(Logger logger);
 const char* loggerName(Logger logger);
 
-// Resident set of a process in KiB (VmRSS), -1 when it cannot be read.
+// A number of /proc/<pid>/status: "VmRSS" (resident set, KiB), "VmHWM" (its peak, KiB),
+// "Threads"; -1 when it cannot be read.
+long processStatus(pid_t pid, const std::string& field);
+// Resident set of a process in KiB, -1 when it cannot be read.
 long residentKiB(pid_t pid);
 
 }  // namespace zenth_host
