@@ -24,10 +24,12 @@
 
 #include <cstdint>
 
+#include <android-base/unique_fd.h>
 #include <android/log.h>
 
 #include "NodeInterface.h"
 #include "ReservePartition.h"
+#include "ZenthMisc.h"
 
 namespace aidl::vendor::zenth::hardware::misc {
 
@@ -69,20 +71,19 @@ constexpr CalibrationFileKind kTriStateHallKind = {
 // Replaces the file's content with one write. Returns that write's result, or 0 when the
 // file could not be opened. The explicit chmod undoes the process umask.
 ssize_t writePersistFile(const char* path, const void* data, int32_t length) {
-    int fd = open(path, O_WRONLY | O_CREAT | O_TRUNC, kPersistFileMode);
-    if (fd < 0) {
+    ::android::base::unique_fd fd(open(path, O_WRONLY | O_CREAT | O_TRUNC, kPersistFileMode));
+    if (!fd.ok()) {
         __android_log_print(ANDROID_LOG_DEBUG, kMiscLogTag, "open %s failed! err:%s", path,
                             strerror(errno));
         return 0;
     }
     int ret = chmod(path, kPersistFileMode);
     __android_log_print(ANDROID_LOG_DEBUG, kMiscLogTag, "chmod result ret = %d", ret);
-    ssize_t count = write(fd, data, static_cast<size_t>(length));
+    ssize_t count = write(fd.get(), data, static_cast<size_t>(length));
     if (count == -1) {
         __android_log_print(ANDROID_LOG_DEBUG, kMiscLogTag, "write failed! length:%d", length);
     }
-    fsync(fd);
-    close(fd);
+    fsync(fd.get());
     return count;
 }
 
@@ -106,7 +107,7 @@ bool storeMotorHallCalibration(const std::vector<uint8_t>& data) {
         return false;
     }
     return writeInterface(kReservePartitionPath, motorHallRecordOffset(),
-                          reinterpret_cast<const char*>(data.data()), kMotorHallRecordSize) > 0;
+                          reinterpret_cast<const char*>(data.data()), kMotorHallRecord.length) > 0;
 }
 
 bool lengthIsValid(const std::vector<uint8_t>& data, int32_t length) {
@@ -138,7 +139,7 @@ ndk::ScopedAStatus ZenthMisc::saveCalibrationData(int32_t in_type,
         *_aidl_return = storeCalibrationFile(kMagneticCoverKind, in_calibrationData, in_length);
     } else if (in_type == kTriStateHallCalibrationType) {
         *_aidl_return = storeCalibrationFile(kTriStateHallKind, in_calibrationData, in_length);
-    } else if (in_type == kMotorHallCalibrationType && in_length == kMotorHallRecordSize) {
+    } else if (in_type == kMotorHallCalibrationType && in_length == kMotorHallRecord.length) {
         *_aidl_return = storeMotorHallCalibration(in_calibrationData);
     }
     return ndk::ScopedAStatus::ok();

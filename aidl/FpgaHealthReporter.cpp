@@ -18,14 +18,15 @@
 #include <string.h>
 
 #include <iterator>
-#include <thread>
 #include <vector>
 
 #include <android/log.h>
 
+#include "DetachedThread.h"
 #include "NodeInterface.h"
 #include "ReservePartition.h"
 #include "StatsClient.h"
+#include "StatsDeclaredFlags.h"
 #include "ZenthFpga.h"
 
 namespace aidl::vendor::zenth::hardware::misc {
@@ -37,32 +38,28 @@ namespace {
 constexpr const char* kFpgaProbePath = "/proc/fpga/status";
 
 // The operation-info block: the leading text, then seven counter fields.
-constexpr int kFpgaOpInfoOffset = 5324800;  // 0x514000, the same on every storage kind
-constexpr int kFpgaFieldCount = 8;
-constexpr int kFpgaOpInfoSize = kFpgaFieldCount * kCounterFieldSize;
-constexpr int kFpgaCounterCount = kFpgaFieldCount - 1;
-// Counter keys of fields 1 to 7, in atom order.
+constexpr int kFpgaCounterCount = kFpgaOpInfoFieldCount - 1;
+// Counter keys of the fields after the leading text, in atom order.
 constexpr const char* kFpgaCounterKeys[kFpgaCounterCount] = {"up", "rb", "i2c", "sr",
                                                              "hr", "ec", "bf"};
-constexpr int kRebootCounter = 1;  // "rb", field 2
-constexpr int kRebootFieldOffset = kFpgaOpInfoOffset + (kRebootCounter + 1) * kCounterFieldSize;
+constexpr int kRebootCounter = kFpgaRebootField - 1;
 
 constexpr int32_t kFpgaAtomId = 100196;
 
 struct FpgaWorkingCopy {
-    CounterFieldText fields[kFpgaFieldCount];
+    CounterFieldText fields[kFpgaOpInfoFieldCount];
     int32_t counters[kFpgaCounterCount];
 };
 
 // Reads the block into `copy`; on a failed read `copy` stays all zero.
 void readFpgaCounters(FpgaWorkingCopy& copy) {
-    char block[kFpgaOpInfoSize] = {};
-    if (readInterface(kReservePartitionPath, kFpgaOpInfoOffset, block, kFpgaOpInfoSize) < 0) {
+    char block[kFpgaOpInfoBlock.length] = {};
+    if (readInterface(kReservePartitionPath, kFpgaOpInfoOffset, block, kFpgaOpInfoBlock.length) < 0) {
         __android_log_print(ANDROID_LOG_ERROR, nullptr, "getMessage readInterface %s error",
                             kReservePartitionPath);
         return;
     }
-    for (int i = 0; i < kFpgaFieldCount; i++) {
+    for (int i = 0; i < kFpgaOpInfoFieldCount; i++) {
         copyCounterField(copy.fields[i], block + i * kCounterFieldSize);
     }
     __android_log_print(ANDROID_LOG_ERROR, nullptr, "%s %s %s %s %s %s %s %s\n", copy.fields[0],
@@ -81,7 +78,8 @@ void resetRebootCount(int32_t rebootCount) {
     }
     char field[kCounterFieldSize] = {};
     snprintf(field, sizeof(field), "rb:%d", rebootCount);
-    writeInterface(kReservePartitionPath, kRebootFieldOffset, field, kCounterFieldSize);
+    writeInterface(kReservePartitionPath, fpgaOpInfoFieldOffset(kFpgaRebootField), field,
+                   kCounterFieldSize);
 }
 
 void fpgaReportStatsFunc() {
@@ -106,8 +104,10 @@ void fpgaReportStatsFunc() {
 
 }  // namespace
 
+bool gFpgaStatsDeclared = false;
+
 void ZenthFpga::fpgaReportStats() {
-    std::thread(fpgaReportStatsFunc).detach();
+    startDetachedThread(fpgaReportStatsFunc);
 }
 
 }  // namespace aidl::vendor::zenth::hardware::misc

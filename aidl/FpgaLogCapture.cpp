@@ -14,7 +14,7 @@
  * limitations under the License.
  */
 
-#include "ZenthFpga.h"
+#include "ZenthFpgaInternal.h"
 
 #include <errno.h>
 #include <fcntl.h>
@@ -52,9 +52,6 @@ constexpr const char* kExceptionNames[kExceptionKindCount] = {
         "hard_reset_not_recovery_err",
 };
 
-constexpr unsigned long kFaultTagMask = 0xFF80000000000000UL;
-constexpr unsigned long kFaultTag = 0xAA80000000000000UL;
-
 // The first capture of each kind opens a window, whenever the process started.
 const steady_clock::time_point kInitialWindowStart = steady_clock::now() - kExceptionWindow;
 
@@ -63,7 +60,7 @@ bool hasExceptionKind(unsigned long value) {
         return true;
     }
     // A tagged value is always far above 5.
-    return (value & kFaultTagMask) == kFaultTag;
+    return isTaggedFaultValue(value);
 }
 
 int exceptionIdOf(unsigned long value) {

@@ -14,7 +14,7 @@
  * limitations under the License.
  */
 
-#include "ZenthFpga.h"
+#include "ZenthFpgaInternal.h"
 
 #include <dirent.h>
 #include <stdio.h>

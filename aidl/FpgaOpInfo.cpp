@@ -25,7 +25,7 @@
 #include "MiscNodeTable.h"
 #include "NodeInterface.h"
 #include "ReservePartition.h"
-#include "ZenthFpga.h"
+#include "ZenthFpgaInternal.h"
 
 namespace aidl::vendor::zenth::hardware::misc {
 
@@ -33,20 +33,18 @@ std::mutex gFpgaOpInfoMutex;
 
 namespace {
 
-// Operation record: fields 3 to 6 of the operation-info block, rewritten as one unit.
-constexpr int kOpRecordOffset = 0x514030;
-constexpr int kOpRecordSize = 64;
+// Operation record: the fields from "i2c" to "ec", read and written back as one unit.
+constexpr int kOpRecordOffset = fpgaOpInfoFieldOffset(kFpgaI2cField);
+constexpr int kOpRecordSize = (kFpgaFaultCodeField - kFpgaI2cField + 1) * kCounterFieldSize;
 constexpr long kCountLimit = 99999999999L;
 
-// Fault code: bits 54..0 of a tagged value, big-endian in 7 bytes.
-constexpr unsigned long kTagMask = 0xFF80000000000000UL;
-constexpr unsigned long kTagValue = 0xAA80000000000000UL;
-constexpr unsigned long kFaultCodeMask = ~kTagMask;
-constexpr int kFaultCodeSize = 7;
-constexpr int kFaultCodePos = 51;
+// Fault code: bits 54..0 of a tagged value, big-endian after the "ec:" key.
+constexpr unsigned long kFaultCodeMask = ~kFaultTagMask;
+constexpr int kFaultCodePos =
+        fpgaOpInfoFieldOffset(kFpgaFaultCodeField) - kOpRecordOffset + kFaultCodeKeyLength;
 
-// Node view of node flag 288: fields 1 to 7 less the last 8 bytes.
-constexpr int kOpInfoViewOffset = 0x514010;
+// Node view of node flag 288: the fields from "up" on, less the last 8 bytes.
+constexpr int kOpInfoViewOffset = fpgaOpInfoFieldOffset(kFpgaUpField);
 constexpr int kOpInfoViewSize = kFpgaOpInfoViewLength;
 constexpr size_t kViewCodeStart = kOpRecordOffset - kOpInfoViewOffset + kFaultCodePos;  // 83
 constexpr size_t kViewCodeEnd = kViewCodeStart + kFaultCodeSize;                        // 90
@@ -62,11 +60,12 @@ static_assert(kViewCodeStart + kLongestCodeText <= static_cast<size_t>(kOpInfoVi
 static_assert(kLongestCodeText <= kCodeTextSize);
 
 // Enable-info area: header, then the "sr" and the "hr" info text.
-constexpr int kEnableHeaderOffset = 0x514320;
-constexpr int kEnableSrOffset = 0x514330;
-constexpr int kEnableHrOffset = 0x514340;
-constexpr size_t kEnableFieldSize = 16;
-constexpr char kEnableHeader[kEnableFieldSize] = "fpga_op_info_e";  // two NULs after the name
+constexpr int kEnableHeaderOffset = kFpgaEnableInfoOffset;
+constexpr int kEnableSrOffset = kEnableHeaderOffset + kCounterFieldSize;
+constexpr int kEnableHrOffset = kEnableSrOffset + kCounterFieldSize;
+static_assert(kEnableHrOffset + kCounterFieldSize ==
+              kFpgaEnableInfoOffset + kFpgaEnableInfoArea.length);
+constexpr char kEnableHeader[kCounterFieldSize] = "fpga_op_info_e";  // two NULs after the name
 constexpr int kEnableViewSize = kFpgaOpInfoEnViewLength;
 
 struct CountField {
@@ -76,10 +75,6 @@ struct CountField {
 
 // Position of the count for fault values 1, 2 and 3 ("i2c", "sr", "hr").
 constexpr CountField kCountFields[] = {{4, 12}, {19, 13}, {35, 13}};
-
-bool isTagged(unsigned long value) {
-    return (value & kTagMask) == kTagValue;
-}
 
 unsigned long long readBigEndian(const char* bytes, int size) {
     unsigned long long result = 0;
@@ -131,8 +126,8 @@ void getFpgaOpEcData(char* cb_data) {
 // Places the 16-character working copy in its field, writing the header first if missing.
 int writeEnableInfo(const char* path, const std::string& work) {
     // One spare byte keeps the header text terminated for the log line.
-    char header[kEnableFieldSize + 1] = {};
-    int got = readInterface(path, kEnableHeaderOffset, header, kEnableFieldSize);
+    char header[kCounterFieldSize + 1] = {};
+    int got = readInterface(path, kEnableHeaderOffset, header, kCounterFieldSize);
     __android_log_print(ANDROID_LOG_DEBUG, nullptr,
                         "writeFpgaOpInfo readInterface first cb_data = %s", header);
 
@@ -148,9 +143,9 @@ int writeEnableInfo(const char* path, const std::string& work) {
         return -1;
     }
 
-    if (got >= 1 && memcmp(header, kEnableHeader, kEnableFieldSize) == 0) {
+    if (got >= 1 && memcmp(header, kEnableHeader, kCounterFieldSize) == 0) {
         __android_log_print(ANDROID_LOG_DEBUG, nullptr, "writeFpgaOpInfo info = %s", work.c_str());
-    } else if (writeInterface(path, kEnableHeaderOffset, kEnableHeader, kEnableFieldSize) < 1) {
+    } else if (writeInterface(path, kEnableHeaderOffset, kEnableHeader, kCounterFieldSize) < 1) {
         __android_log_print(ANDROID_LOG_ERROR, nullptr,
                             "writeFpgaOpInfo first writeInterface failed");
         return -1;
@@ -159,7 +154,7 @@ int writeEnableInfo(const char* path, const std::string& work) {
                             work.c_str());
     }
     return writeInterface(path, target, work.data(),
-                          static_cast<int>(strnlen(work.data(), kEnableFieldSize)));
+                          static_cast<int>(strnlen(work.data(), kCounterFieldSize)));
 }
 
 }  // namespace
@@ -168,7 +163,7 @@ int fpgaOpWrite(unsigned long value) {
     const CountField* count = nullptr;
     if (value >= 1 && value <= 3) {
         count = &kCountFields[value - 1];
-    } else if (!isTagged(value)) {
+    } else if (!isTaggedFaultValue(value)) {
         __android_log_print(ANDROID_LOG_ERROR, nullptr, "mode is not support");
         return -1;
     }
@@ -185,7 +180,7 @@ int fpgaOpWrite(unsigned long value) {
             return -1;
         }
         __android_log_print(ANDROID_LOG_DEBUG, nullptr, "fpgaOpWrite: %s %s %s ec:0x%llx count:%d",
-                            record, record + 16, record + 32,
+                            record, record + kCounterFieldSize, record + 2 * kCounterFieldSize,
                             readBigEndian(record + kFaultCodePos, kFaultCodeSize), got);
         if (count != nullptr) {
             bumpCount(record, *count);
@@ -220,7 +215,7 @@ int ZenthFpga::readFpgaOpInfoEn(const char* path, char* cb_data, int nodeFlag) {
 
 int ZenthFpga::writeFpgaOpInfoEn(const char* path, const std::string& info) {
     std::string work = info;
-    work.resize(kEnableFieldSize, '\0');
+    work.resize(kCounterFieldSize, '\0');
     int result = writeEnableInfo(path, work);
     __android_log_print(ANDROID_LOG_DEBUG, nullptr, "writeFpgaOpInfo count = %d", result);
     return result;

@@ -21,6 +21,7 @@
 #include <string.h>
 #include <unistd.h>
 
+#include <android-base/unique_fd.h>
 #include <android/log.h>
 
 #include "MiscLogTag.h"
@@ -28,48 +29,43 @@
 namespace aidl::vendor::zenth::hardware::misc {
 
 int readInterface(const char* path, int offset, void* buffer, int length) {
-    int fd = open(path, O_RDONLY);
-    if (fd < 0) {
+    ::android::base::unique_fd fd(open(path, O_RDONLY));
+    if (!fd.ok()) {
         __android_log_print(ANDROID_LOG_DEBUG, kMiscLogTag, "open %s failed! err:%s", path,
                             strerror(errno));
         return -1;
     }
-    if (lseek(fd, static_cast<off_t>(offset), SEEK_SET) == -1) {
+    if (lseek(fd.get(), static_cast<off_t>(offset), SEEK_SET) == -1) {
         __android_log_print(ANDROID_LOG_DEBUG, kMiscLogTag, "read failed! size:%d", -1);
-        close(fd);
         return -1;
     }
-    ssize_t count = read(fd, buffer, static_cast<size_t>(length));
+    ssize_t count = read(fd.get(), buffer, static_cast<size_t>(length));
     if (count == -1) {
         __android_log_print(ANDROID_LOG_DEBUG, kMiscLogTag, "read no content! size:%d", -1);
-        close(fd);
         return -1;
     }
-    close(fd);
     return static_cast<int>(count);
 }
 
 int writeInterface(const char* path, int offset, const char* buffer, int length) {
-    int fd = open(path, O_WRONLY);
-    if (fd < 0) {
+    ::android::base::unique_fd fd(open(path, O_WRONLY));
+    if (!fd.ok()) {
         __android_log_print(ANDROID_LOG_DEBUG, kMiscLogTag, "open %s failed! err:%s", path,
                             strerror(errno));
         return -1;
     }
-    if (lseek(fd, static_cast<off_t>(offset), SEEK_SET) == -1) {
+    if (lseek(fd.get(), static_cast<off_t>(offset), SEEK_SET) == -1) {
         __android_log_print(ANDROID_LOG_DEBUG, kMiscLogTag, "lseek failed! size:%d", -1);
-        close(fd);
         return -1;
     }
-    ssize_t count = write(fd, buffer, static_cast<size_t>(length));
+    ssize_t count = write(fd.get(), buffer, static_cast<size_t>(length));
     if (count != -1) {
         __android_log_print(ANDROID_LOG_DEBUG, kMiscLogTag, "write %d bytes",
                             static_cast<int>(count));
-        fsync(fd);
+        fsync(fd.get());
     } else {
         __android_log_print(ANDROID_LOG_DEBUG, kMiscLogTag, "write failed! size:%d", -1);
     }
-    close(fd);
     return static_cast<int>(count);
 }
 

@@ -14,9 +14,12 @@
  * limitations under the License.
  */
 
+// The reserve partition: where it is, which storage kind lays it out, and its regions.
 #pragma once
 
 #include <unistd.h>
+
+#include <cstdint>
 
 namespace aidl::vendor::zenth::hardware::misc {
 
@@ -31,5 +34,95 @@ inline bool reservePartitionExists() {
 inline bool storageIsEmmc() {
     return access(kUfsBlockDevicePath, F_OK) != 0;
 }
+
+// Set once by the service object's constructor, before any other thread exists.
+extern bool gIsReserveIntegrate;
+extern bool gIsEmmcStorage;
+
+// One region: its byte offset on an eMMC and on a UFS device, and its length.
+struct ReserveRegion {
+    int emmcOffset;
+    int ufsOffset;
+    int length;
+
+    constexpr int offset(bool isEmmc) const { return isEmmc ? emmcOffset : ufsOffset; }
+};
+
+inline constexpr ReserveRegion kMotorHallRecord = {0x41AC00, 0x434000, 24};
+inline constexpr ReserveRegion kFanIdentityRegion = {0x4DF000, 0x51F000, 192};
+inline constexpr ReserveRegion kExgpioCounterArea = {0x4E2400, 0x526000, 112};
+inline constexpr ReserveRegion kFpgaOpInfoBlock = {0x514000, 0x514000, 128};
+inline constexpr ReserveRegion kFpgaEnableInfoArea = {0x514320, 0x514320, 48};
+
+inline constexpr ReserveRegion kReserveRegions[] = {kMotorHallRecord, kFanIdentityRegion,
+                                                    kExgpioCounterArea, kFpgaOpInfoBlock,
+                                                    kFpgaEnableInfoArea};
+
+constexpr bool regionsApart(const ReserveRegion& a, const ReserveRegion& b, bool isEmmc) {
+    return a.offset(isEmmc) + a.length <= b.offset(isEmmc) ||
+           b.offset(isEmmc) + b.length <= a.offset(isEmmc);
+}
+
+// Threads meet in the partition without a lock: no two regions may share a byte.
+constexpr bool reserveRegionsAreDisjoint() {
+    constexpr int count = sizeof(kReserveRegions) / sizeof(kReserveRegions[0]);
+    for (int i = 0; i < count; ++i) {
+        for (int j = i + 1; j < count; ++j) {
+            const ReserveRegion& a = kReserveRegions[i];
+            const ReserveRegion& b = kReserveRegions[j];
+            if (!regionsApart(a, b, true) || !regionsApart(a, b, false)) return false;
+        }
+    }
+    return true;
+}
+static_assert(reserveRegionsAreDisjoint());
+
+// The FPGA regions lie at the same offset on both storage kinds.
+inline constexpr int kFpgaOpInfoOffset = kFpgaOpInfoBlock.emmcOffset;
+inline constexpr int kFpgaEnableInfoOffset = kFpgaEnableInfoArea.emmcOffset;
+static_assert(kFpgaOpInfoBlock.ufsOffset == kFpgaOpInfoOffset);
+static_assert(kFpgaEnableInfoArea.ufsOffset == kFpgaEnableInfoOffset);
+
+// The counter areas and the FPGA regions are runs of 16-byte text fields.
+inline constexpr int kCounterFieldSize = 16;
+inline constexpr int kExgpioFieldCount = kExgpioCounterArea.length / kCounterFieldSize;
+inline constexpr int kFpgaOpInfoFieldCount = kFpgaOpInfoBlock.length / kCounterFieldSize;
+inline constexpr int kFpgaEnableInfoFieldCount = kFpgaEnableInfoArea.length / kCounterFieldSize;
+static_assert(kExgpioCounterArea.length % kCounterFieldSize == 0);
+static_assert(kFpgaOpInfoBlock.length % kCounterFieldSize == 0);
+static_assert(kFpgaEnableInfoArea.length % kCounterFieldSize == 0);
+
+// Motor hall calibration record: signed 32-bit little-endian values, as the client sent them.
+inline constexpr int kMotorHallRecordValues =
+        kMotorHallRecord.length / static_cast<int>(sizeof(int32_t));
+
+// Fan identity region: the hardware id at its start, the RPM table text further in.
+inline constexpr int kFanHardwareIdLength = 12;
+inline constexpr int kFanRpmTableOffset = 64;
+inline constexpr int kFanRpmTableLength = 128;
+static_assert(kFanRpmTableOffset + kFanRpmTableLength == kFanIdentityRegion.length);
+
+// Fields of the FPGA operation-info block. The fault recording rewrites the fields from
+// kFpgaI2cField to kFpgaFaultCodeField as one record; the FPGA reporter rewrites
+// kFpgaRebootField.
+enum FpgaOpInfoField {
+    kFpgaLeadingField,
+    kFpgaUpField,
+    kFpgaRebootField,
+    kFpgaI2cField,
+    kFpgaSrField,
+    kFpgaHrField,
+    kFpgaFaultCodeField,
+    kFpgaBfField,
+};
+static_assert(kFpgaBfField + 1 == kFpgaOpInfoFieldCount);
+
+constexpr int fpgaOpInfoFieldOffset(int field) {
+    return kFpgaOpInfoOffset + field * kCounterFieldSize;
+}
+
+// The fault code field holds its key "ec:", then the code as raw big-endian bytes.
+inline constexpr int kFaultCodeKeyLength = 3;
+inline constexpr int kFaultCodeSize = 7;
 
 }  // namespace aidl::vendor::zenth::hardware::misc

@@ -25,6 +25,7 @@
 
 #include <aidl/android/frameworks/stats/VendorAtom.h>
 #include <aidl/android/frameworks/stats/VendorAtomValue.h>
+#include <android-base/unique_fd.h>
 #include <android/binder_manager.h>
 #include <android/log.h>
 
@@ -36,17 +37,13 @@ using ::aidl::android::frameworks::stats::VendorAtomValue;
 
 namespace {
 
-// The package of this daemon's own interface, so that the atoms of both reporters are
-// attributed to the misc hardware service rather than to a single device.
-constexpr const char* kReverseDomainName = "vendor.zenth.hardware.misc";
+// The vendor's reverse domain, as the atom's own documentation asks.
+constexpr const char* kReverseDomainName = "com.zenth";
 
 // "%[^:]:%d" with the key conversion bounded by the 16-byte key buffer.
 constexpr const char* kCounterFieldFormat = "%15[^:]:%d";
 
 }  // namespace
-
-bool gFpgaStatsDeclared = false;
-bool gExgpioStatsDeclared = false;
 
 void copyCounterField(CounterFieldText& text, const char* field) {
     memcpy(text, field, kCounterFieldSize);
@@ -57,12 +54,11 @@ bool delayAndProbe(const char* startMessage, const char* probePath, const char* 
     __android_log_print(ANDROID_LOG_ERROR, nullptr, "%s", startMessage);
     usleep(kReportDelayUs);
 
-    int fd = open(probePath, O_RDONLY);
-    if (fd < 0) {
+    ::android::base::unique_fd probe(open(probePath, O_RDONLY));
+    if (!probe.ok()) {
         __android_log_print(ANDROID_LOG_ERROR, nullptr, "%s", unsupportedMessage);
         return false;
     }
-    close(fd);
     return true;
 }
 
@@ -117,12 +113,10 @@ void doReportEvent(const std::shared_ptr<IStats>& stats, int32_t atomId, const c
     atom.atomId = atomId;
     atom.values = std::move(values);
 
-    AStatus* status = stats->reportVendorAtom(atom).release();
-    if (status == nullptr || !AStatus_isOk(status)) {
+    // Not OK either when the service returned no status object.
+    ndk::ScopedAStatus status = stats->reportVendorAtom(atom);
+    if (!status.isOk()) {
         __android_log_print(ANDROID_LOG_ERROR, nullptr, "%s", failureMessage);
-    }
-    if (status != nullptr) {
-        AStatus_delete(status);
     }
 }
 

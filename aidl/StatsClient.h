@@ -24,10 +24,10 @@
 
 #include <aidl/android/frameworks/stats/IStats.h>
 
+#include "ReservePartition.h"
+
 namespace aidl::vendor::zenth::hardware::misc {
 
-// Length of one counter field of a reserve-partition counter area.
-inline constexpr int kCounterFieldSize = 16;
 // A field as text: its 16 bytes and a NUL, for fields that fill all 16 bytes.
 using CounterFieldText = char[kCounterFieldSize + 1];
 
@@ -40,11 +40,6 @@ void copyCounterField(CounterFieldText& text, const char* field);
 // Logs the start message, sleeps the report delay, then checks that `probePath` opens
 // read-only. Logs `unsupportedMessage` and returns false when it does not.
 bool delayAndProbe(const char* startMessage, const char* probePath, const char* unsupportedMessage);
-
-// Declared flags of the FPGA and the expander GPIO reporter, one each: false at start,
-// then the answer of the declaration query.
-extern bool gFpgaStatsDeclared;
-extern bool gExgpioStatsDeclared;
 
 // Looks the statistics service up without waiting. `declared` is the calling reporter's
 // own declared flag: once true, the declaration is not queried again.

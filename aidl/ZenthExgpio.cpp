@@ -18,13 +18,13 @@
 
 #include <stdio.h>
 
-#include <thread>
-
 #include <android/log.h>
 
+#include "DetachedThread.h"
 #include "NodeInterface.h"
 #include "ReservePartition.h"
 #include "StatsClient.h"
+#include "StatsDeclaredFlags.h"
 
 namespace aidl::vendor::zenth::hardware::misc {
 
@@ -34,13 +34,9 @@ namespace {
 
 constexpr const char* kExgpioProbePath = "/sys/class/ex_gpio/chipid";
 
-// The counter area sits where each storage kind's partition layout puts it.
-constexpr int kExgpioAreaEmmcOffset = 5121024;  // 0x4E2400
-constexpr int kExgpioAreaUfsOffset = 5398528;   // 0x526000
-constexpr int kExgpioAreaSize = 112;
-
-// Fields of the area; field 4 belongs to someone else and is left alone.
-enum ExgpioField { kLeading, kI2c, kRs, kPw, kPrevI2c = 5, kPrevRs = 6, kExgpioFieldCount };
+// Fields of the counter area; field 4 belongs to someone else and is left alone.
+enum ExgpioField { kLeading, kI2c, kRs, kPw, kPrevI2c = 5, kPrevRs = 6 };
+static_assert(kPrevRs + 1 == kExgpioFieldCount);
 
 constexpr int32_t kExgpioAtomId = 100272;
 
@@ -86,8 +82,8 @@ void updateExgpioCounters(bool partitionExists, int base, ExgpioWorkingCopy& cop
     if (!partitionExists) {
         return;
     }
-    char area[kExgpioAreaSize] = {};
-    if (readInterface(kReservePartitionPath, base, area, kExgpioAreaSize) < 1) {
+    char area[kExgpioCounterArea.length] = {};
+    if (readInterface(kReservePartitionPath, base, area, kExgpioCounterArea.length) < 1) {
         return;
     }
     parseExgpioFields(area, copy);
@@ -102,7 +98,7 @@ void exgpioReportStatsFunc() {
     std::shared_ptr<IStats> stats = getStatsService(&gExgpioStatsDeclared);
 
     bool partitionExists = reservePartitionExists();
-    int base = storageIsEmmc() ? kExgpioAreaEmmcOffset : kExgpioAreaUfsOffset;
+    int base = kExgpioCounterArea.offset(storageIsEmmc());
 
     ExgpioWorkingCopy copy = {};
     updateExgpioCounters(partitionExists, base, copy);
@@ -122,6 +118,8 @@ void exgpioReportStatsFunc() {
 
 }  // namespace
 
+bool gExgpioStatsDeclared = false;
+
 ZenthExgpio::ZenthExgpio() {
     __android_log_print(ANDROID_LOG_DEBUG, nullptr, "ZenthExgpio::ZenthExgpio\n");
 }
@@ -131,7 +129,7 @@ ZenthExgpio::~ZenthExgpio() {
 }
 
 void ZenthExgpio::exgpioReportStats() {
-    std::thread(exgpioReportStatsFunc).detach();
+    startDetachedThread(exgpioReportStatsFunc);
 }
 
 }  // namespace aidl::vendor::zenth::hardware::misc

@@ -32,14 +32,6 @@ namespace {
 constexpr const char* kFanDeviceIdPath = "/sys/class/leds/fan/device_id";
 constexpr const char* kFanRpmTablePath = "/sys/class/leds/fan/rpm_table";
 
-// Fan identity region of the reserve partition: the hardware id at its start,
-// the RPM table text further in.
-constexpr int kFanRegionOffsetEmmc = 5107712;  // 0x4DF000
-constexpr int kFanRegionOffsetUfs = 5369856;   // 0x51F000
-constexpr int kFanHardwareIdLength = 12;
-constexpr int kFanRpmTableOffset = 64;
-constexpr int kFanRpmTableLength = 128;
-
 struct FanVariant {
     const char* hardwareId;
     const char* deviceId;
@@ -94,7 +86,7 @@ ZenthFan::ZenthFan() {
     bool emmc = storageIsEmmc();
     __android_log_print(ANDROID_LOG_DEBUG, kMiscLogTag, "gIsReserveIntegrate=%d, gIsEmmcStorage=%d",
                         reserve ? 1 : 0, emmc ? 1 : 0);
-    int regionOffset = emmc ? kFanRegionOffsetEmmc : kFanRegionOffsetUfs;
+    int regionOffset = kFanIdentityRegion.offset(emmc);
 
     bool deviceIdSupported = nodeExists(kFanDeviceIdPath);
     __android_log_print(ANDROID_LOG_DEBUG, kMiscLogTag, "fan device_id support = %d",

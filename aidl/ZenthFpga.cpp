@@ -23,9 +23,12 @@
 #include <unistd.h>
 
 #include <cstdint>
-#include <thread>
 
+#include <android-base/unique_fd.h>
 #include <android/log.h>
+
+#include "DetachedThread.h"
+#include "ZenthFpgaInternal.h"
 
 namespace aidl::vendor::zenth::hardware::misc {
 
@@ -33,17 +36,6 @@ namespace {
 
 // The driver makes this node readable for each fault; its first 8 bytes hold the fault value.
 constexpr const char* kFaultNodePath = "/proc/fpga/errinfoto_op";
-
-// Detached so that a slow consumer never holds up the next read of the fault node.
-template <typename Function, typename... Args>
-void startDetached(Function function, Args... args) {
-    std::thread worker(function, args...);
-    if (worker.joinable()) {
-        worker.detach();
-    } else {
-        __android_log_print(ANDROID_LOG_ERROR, nullptr, "Failed to create fpgaThread");
-    }
-}
 
 enum class WaitResult { kReadable, kRetry, kFatal };
 
@@ -96,8 +88,9 @@ void watchFaultNode(int fd) {
         }
         __android_log_print(ANDROID_LOG_DEBUG, nullptr, "poll value = 0x%llx ret:%d\r\n",
                             static_cast<unsigned long long>(value), static_cast<int>(count));
-        startDetached(fpgaOpWrite, static_cast<unsigned long>(value));
-        startDetached(LogSaveFunc, static_cast<unsigned long>(value));
+        // Detached so that a slow consumer never holds up the next read of the fault node.
+        startDetachedThread(fpgaOpWrite, static_cast<unsigned long>(value));
+        startDetachedThread(LogSaveFunc, static_cast<unsigned long>(value));
         // A short read of the next event must leave the missing high-order bytes 0.
         value = 0;
     }
@@ -119,19 +112,18 @@ void ZenthFpga::startFpgaThread() {
         return;
     }
     __android_log_print(ANDROID_LOG_DEBUG, nullptr, "startFpgaThread come in start");
-    startDetached(fpgaWriteOpFunc);
+    startDetachedThread(fpgaWriteOpFunc);
     __android_log_print(ANDROID_LOG_DEBUG, nullptr, "startFpgaThread come end");
 }
 
 int fpgaWriteOpFunc() {
     __android_log_print(ANDROID_LOG_DEBUG, nullptr, "fpgaWriteOpFunc come in");
-    int fd = open(kFaultNodePath, O_RDONLY);
-    if (fd < 0) {
+    ::android::base::unique_fd fd(open(kFaultNodePath, O_RDONLY));
+    if (!fd.ok()) {
         __android_log_print(ANDROID_LOG_ERROR, nullptr, "Can't open file %s", kFaultNodePath);
         return -1;
     }
-    watchFaultNode(fd);
-    close(fd);
+    watchFaultNode(fd.get());
     return -1;
 }
 

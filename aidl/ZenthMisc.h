@@ -26,10 +26,6 @@
 
 namespace aidl::vendor::zenth::hardware::misc {
 
-// Set once by the service object's constructor, before any other thread exists.
-extern bool gIsReserveIntegrate;
-extern bool gIsEmmcStorage;
-
 class ZenthMisc : public BnZenthMisc {
   public:
     ZenthMisc();

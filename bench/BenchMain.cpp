@@ -38,8 +38,12 @@ namespace {
 void printTable(const bench::Figures& figures) {
     std::printf("| Figure | Measured | Target | Met |\n|---|---|---|---|\n");
     for (const auto& figure : figures) {
+        const bool reported = figure.target.empty();
         std::printf("| %s | %s | %s | %s |\n", figure.what.c_str(), figure.value.c_str(),
-                    figure.target.c_str(), figure.met ? "yes" : "NO");
+                    reported ? "-" : figure.target.c_str(),
+                    reported     ? "-"
+                    : figure.met ? "yes"
+                                 : "NO");
     }
 }
 
@@ -62,6 +66,6 @@ int main(int argc, char** argv) {
     bench::measureFaultStorm(figures);
     printTable(figures);
     int missed = 0;
-    for (const auto& figure : figures) missed += figure.met ? 0 : 1;
+    for (const auto& figure : figures) missed += figure.target.empty() || figure.met ? 0 : 1;
     return missed == 0 ? 0 : 1;
 }

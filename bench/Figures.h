@@ -25,7 +25,7 @@ namespace bench {
 struct Figure {
     std::string what;
     std::string value;
-    std::string target;
+    std::string target;  // empty for a figure that is only reported
     bool met;
 };
 using Figures = std::vector<Figure>;

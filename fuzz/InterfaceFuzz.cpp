@@ -40,8 +40,6 @@ namespace misc = aidl::vendor::zenth::hardware::misc;
 constexpr int kCallsPerInput = 8;
 constexpr int32_t kMotorType = 1000030;
 constexpr int32_t kTypes[] = {kMotorType, 1000104, 1000200};
-constexpr size_t kMotorRecordSize = 24;
-constexpr size_t kEnableInfoSize = 48;
 constexpr size_t kMaxText = 300;
 constexpr size_t kMaxCalibration = 4100;
 
@@ -81,7 +79,7 @@ ndk::ScopedAStatus writeNode(FuzzedDataProvider& input, int32_t deviceId, int32_
     std::string data = input.ConsumeRandomLengthString(kMaxText);
     int32_t result = 0;
     if (flag == misc::FPGA_OP_INFO_EN_NODE)
-        harness().partition->allow(zenth_host::kEnableInfo, kEnableInfoSize);
+        harness().partition->allow(misc::kFpgaEnableInfoOffset, misc::kFpgaEnableInfoArea.length);
     auto status = harness().service->miscWriteNodeFile(deviceId, flag, data, &result);
     if (flag == misc::FPGA_OP_INFO_NODE) fuzz::require(result == -1, "node 288 writes refused");
     return status;
@@ -93,7 +91,9 @@ ndk::ScopedAStatus saveCalibration(FuzzedDataProvider& input) {
             input.ConsumeBytes<uint8_t>(input.ConsumeIntegralInRange<size_t>(0, kMaxCalibration));
     const int32_t length = input.ConsumeBool() ? static_cast<int32_t>(bytes.size())
                                                : input.ConsumeIntegral<int32_t>();
-    if (type == kMotorType) harness().partition->allow(zenth_host::kMotorRecord, kMotorRecordSize);
+    if (type == kMotorType) {
+        harness().partition->allow(misc::kMotorHallRecord.emmcOffset, misc::kMotorHallRecord.length);
+    }
     bool saved = false;
     return harness().service->saveCalibrationData(type, bytes, length, &saved);
 }

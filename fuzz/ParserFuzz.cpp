@@ -31,12 +31,13 @@
 #include "FuzzSupport.h"
 #include "ReservePartition.h"
 #include "StatsClient.h"
-#include "ZenthFpga.h"
+#include "ZenthFpgaInternal.h"
 
 namespace {
 
 namespace misc = aidl::vendor::zenth::hardware::misc;
 
+constexpr off_t kRecordOffset = misc::fpgaOpInfoFieldOffset(misc::kFpgaI2cField);
 constexpr size_t kRecordSize = 64;
 constexpr uint64_t kTagMask = 0xFF80000000000000ULL;
 constexpr uint64_t kTag = 0xAA80000000000000ULL;
@@ -99,17 +100,17 @@ size_t dumpsKept() {
 }
 
 void faultValue(FuzzedDataProvider& input) {
-    harness().partition->set(zenth_host::kOpRecord, input.ConsumeBytesAsString(kRecordSize));
+    harness().partition->set(kRecordOffset, input.ConsumeBytesAsString(kRecordSize));
     const uint64_t value = pickValue(input);
     const bool tagged = (value & kTagMask) == kTag;
     const bool counted = value >= 1 && value <= 3;
-    harness().partition->allow(zenth_host::kOpRecord, kRecordSize);
+    harness().partition->allow(kRecordOffset, kRecordSize);
     const int recorded = misc::fpgaOpWrite(value);
     fuzz::require(recorded == (counted || tagged ? 0 : -1),
                   "fpgaOpWrite accepts exactly 1, 2, 3 and tagged values");
     harness().partition->check();
     if (counted) {
-        std::string record = harness().device.readPartition(zenth_host::kOpRecord, kRecordSize);
+        std::string record = harness().device.readPartition(kRecordOffset, kRecordSize);
         const char* count = record.c_str() + kCountOffsets[value - 1];
         char* end = nullptr;
         long number = std::strtol(count, &end, 10);

@@ -32,6 +32,7 @@
 
 #include <gtest/gtest.h>
 
+#include "ReservePartition.h"
 #include "ZenthMisc.h"
 #include "support/DeviceTest.h"
 #include "support/FileSizeLimit.h"

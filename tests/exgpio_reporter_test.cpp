@@ -91,7 +91,7 @@ TEST_P(ExgpioStorageTest, ChangedCountsAreSentAndRemembered) {
 
     EXPECT_EQ(emulated::sleeping::calls(), std::vector<unsigned>{5000000});
     EXPECT_EQ(describedAtoms(), Strings{"100272 'EXG lead' 3 1 7"});
-    EXPECT_EQ(atoms().at(0).reverseDomainName, "vendor.zenth.hardware.misc");
+    EXPECT_EQ(atoms().at(0).reverseDomainName, "com.zenth");
     EXPECT_EQ(reporterMessages(),
               (Strings{kStart, "E exgpio: EXG lead i2c:3 rs:1 pw:7 pi2c:2 prs:1\n", kSend}));
     expectPrevious(base, "pi2c:3", "prs:1");

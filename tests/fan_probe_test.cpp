@@ -22,6 +22,7 @@
 
 #include <gtest/gtest.h>
 
+#include "ReservePartition.h"
 #include "ZenthFan.h"
 #include "ZenthMisc.h"
 #include "support/DeviceTest.h"

@@ -37,7 +37,7 @@
 #include <android/log.h>
 #include <gtest/gtest.h>
 
-#include "ZenthFpga.h"
+#include "ZenthFpgaInternal.h"
 #include "support/DeviceTest.h"
 #include "zenth_host/EmulatedDevice.h"
 

@@ -22,7 +22,7 @@
 
 #include <android/log.h>
 
-#include "ZenthFpga.h"
+#include "ZenthFpgaInternal.h"
 #include "support/DeviceTest.h"
 #include "support/FileSizeLimit.h"
 

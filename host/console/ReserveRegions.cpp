@@ -26,11 +26,13 @@
 #include <zenth_host/EmulatedDevice.h>
 
 #include "ConsoleText.h"
-#include "ReserveLayout.h"
+#include "ReservePartition.h"
 
 namespace zenth_console {
 
 namespace {
+
+namespace misc = aidl::vendor::zenth::hardware::misc;
 
 class Partition {
   public:
@@ -62,9 +64,9 @@ int32_t int32At(const std::string& bytes, size_t offset) {
 
 std::string motorRecord(const std::string& bytes) {
     std::string values;
-    for (size_t offset = 0; offset < kMotorRecordSize; offset += 4) {
-        if (offset > 0) values += ',';
-        values += std::to_string(int32At(bytes, offset));
+    for (int index = 0; index < misc::kMotorHallRecordValues; ++index) {
+        if (index > 0) values += ',';
+        values += std::to_string(int32At(bytes, index * sizeof(int32_t)));
     }
     return values;
 }
@@ -72,48 +74,51 @@ std::string motorRecord(const std::string& bytes) {
 // "ec:" carries the last fault code as raw big-endian bytes, not as text.
 std::string faultCodeField(const std::string& bytes) {
     size_t colon = bytes.find(':');
-    if (colon == std::string::npos || colon + kFpgaEcCodeSize >= bytes.size()) return text(bytes);
+    const size_t codeSize = misc::kFaultCodeSize;
+    if (colon == std::string::npos || colon + codeSize >= bytes.size()) return text(bytes);
     uint64_t code = 0;
-    for (size_t i = 1; i <= kFpgaEcCodeSize; ++i)
+    for (size_t i = 1; i <= codeSize; ++i)
         code = (code << 8) | static_cast<uint8_t>(bytes[colon + i]);
     char hex[24];
     std::snprintf(hex, sizeof(hex), "0x%" PRIx64, code);
     return text(bytes.substr(0, colon + 1)) + hex;
 }
 
-void printFields(std::ostream& out, Partition& partition, const char* area, off_t base,
-                 size_t count) {
-    for (size_t index = 0; index < count; ++index) {
+void printFields(std::ostream& out, Partition& partition, const char* area, int base, int count) {
+    for (int index = 0; index < count; ++index) {
         std::string bytes =
-                partition.read(base + static_cast<off_t>(index * kFieldSize), kFieldSize);
-        bool code = base == kFpgaOpInfoBlock && index == kFpgaEcField;
+                partition.read(base + index * misc::kCounterFieldSize, misc::kCounterFieldSize);
+        bool code = base == misc::kFpgaOpInfoOffset && index == misc::kFpgaFaultCodeField;
         out << area << '.' << index << ' ' << (code ? faultCodeField(bytes) : text(bytes)) << '\n';
     }
 }
 
 bool isUfs() {
     std::error_code error;
-    return std::filesystem::exists(emulated::hostPath(kUfsMarker), error);
+    return std::filesystem::exists(emulated::hostPath(misc::kUfsBlockDevicePath), error);
 }
 
 }  // namespace
 
 bool printReserveRegions(std::ostream& out, std::string* error) {
-    Partition partition(emulated::hostPath(kReservePartition));
+    Partition partition(emulated::hostPath(misc::kReservePartitionPath));
     if (!partition.isOpen()) {
         *error = "the device has no reserve partition";
         return false;
     }
-    const bool ufs = isUfs();
-    const StorageOffsets& at = ufs ? kUfsOffsets : kEmmcOffsets;
-    out << "storage " << (ufs ? "ufs" : "emmc") << '\n';
-    out << "motor " << motorRecord(partition.read(at.motorRecord, kMotorRecordSize)) << '\n';
-    out << "fan.id " << text(partition.read(at.fanRegion, kFanIdSize)) << '\n';
+    const bool emmc = !isUfs();
+    const int motor = misc::kMotorHallRecord.offset(emmc);
+    const int fan = misc::kFanIdentityRegion.offset(emmc);
+    out << "storage " << (emmc ? "emmc" : "ufs") << '\n';
+    out << "motor " << motorRecord(partition.read(motor, misc::kMotorHallRecord.length)) << '\n';
+    out << "fan.id " << text(partition.read(fan, misc::kFanHardwareIdLength)) << '\n';
     out << "fan.rpm_table "
-        << text(partition.read(at.fanRegion + kFanRpmTableOffset, kFanRpmTableSize)) << '\n';
-    printFields(out, partition, "fpga", kFpgaOpInfoBlock, kFpgaOpInfoFieldCount);
-    printFields(out, partition, "fpga_enable", kFpgaEnableInfoArea, kFpgaEnableInfoFieldCount);
-    printFields(out, partition, "exgpio", at.exgpioArea, kExgpioFieldCount);
+        << text(partition.read(fan + misc::kFanRpmTableOffset, misc::kFanRpmTableLength)) << '\n';
+    printFields(out, partition, "fpga", misc::kFpgaOpInfoOffset, misc::kFpgaOpInfoFieldCount);
+    printFields(out, partition, "fpga_enable", misc::kFpgaEnableInfoOffset,
+                misc::kFpgaEnableInfoFieldCount);
+    printFields(out, partition, "exgpio", misc::kExgpioCounterArea.offset(emmc),
+                misc::kExgpioFieldCount);
     return true;
 }
 

@@ -27,12 +27,15 @@
 #include <vector>
 
 #include "MiscNodeTable.h"
-#include "ReserveLayout.h"
+#include "ReservePartition.h"
 
 namespace zenth_console {
 
 namespace fs = std::filesystem;
-using aidl::vendor::zenth::hardware::misc::gMiscNodeTable;
+namespace misc = aidl::vendor::zenth::hardware::misc;
+using misc::gMiscNodeTable;
+using misc::kCounterFieldSize;
+using misc::kReservePartitionPath;
 
 namespace {
 
@@ -130,6 +133,9 @@ std::vector<ExtraFile> extraFiles() {
     };
 }
 
+// Big enough for every region of the partition.
+constexpr off_t kReservePartitionSize = 6 * 1024 * 1024;
+
 // The folder the fault log directory is created in.
 constexpr const char* kFaultLogParent = "/mnt/vendor/zenthreserve";
 
@@ -161,8 +167,8 @@ class Seeder {
 
 // A 16-byte counter field: the text, zero-padded.
 std::string field(const std::string& text) {
-    std::string bytes = text.substr(0, kFieldSize);
-    bytes.resize(kFieldSize, '\0');
+    std::string bytes = text.substr(0, kCounterFieldSize);
+    bytes.resize(kCounterFieldSize, '\0');
     return bytes;
 }
 
@@ -177,7 +183,7 @@ std::string int32le(const std::vector<int32_t>& values) {
 
 std::string fpgaOpInfoBlock() {
     // "ec:" then the last fault code, 7 raw bytes big-endian.
-    std::string ec = std::string("ec:") + std::string("\0\0\0\0\0\x12\x34", kFpgaEcCodeSize);
+    std::string ec = std::string("ec:") + std::string("\0\0\0\0\0\x12\x34", misc::kFaultCodeSize);
     return field("fpga_op_info") + field("up:37") + field("rb:4") + field("i2c:1") + field("sr:2") +
            field("hr:0") + field(ec) + field("bf:0");
 }
@@ -185,28 +191,29 @@ std::string fpgaOpInfoBlock() {
 std::string exgpioArea() {
     // i2c and rs differ from the previous counts, so the first start reports them; but the
     // leading text is still erased flash, which no interface String can carry.
-    return std::string(kFieldSize, '\xff') + field("i2c:3") + field("rs:1") + field("pw:7") +
+    return std::string(kCounterFieldSize, '\xff') + field("i2c:3") + field("rs:1") + field("pw:7") +
            field("rsv:0") + field("pi2c:2") + field("prs:1");
 }
 
+// The sample stores on eMMC.
 void seedReservePartition(const Seeder& seeder) {
-    seeder.writeFile(kReservePartition, "", 0644);
-    fs::resize_file(seeder.hostPath(kReservePartition), kReservePartitionSize);
-    std::fstream image(seeder.hostPath(kReservePartition),
+    seeder.writeFile(kReservePartitionPath, "", 0644);
+    fs::resize_file(seeder.hostPath(kReservePartitionPath), kReservePartitionSize);
+    std::fstream image(seeder.hostPath(kReservePartitionPath),
                        std::ios::in | std::ios::out | std::ios::binary);
-    const StorageOffsets& at = kEmmcOffsets;  // the sample stores on eMMC
-    seeder.writeAt(image, at.motorRecord, int32le({1203, -877, 455, 12, -3, 980}));
-    seeder.writeAt(image, at.fanRegion, "473918000003");
-    seeder.writeAt(image, at.fanRegion + kFanRpmTableOffset,
-                   "0:0,1:2100,2:3200,3:4300,4:5400,5:6500");
-    seeder.writeAt(image, at.exgpioArea, exgpioArea());
-    seeder.writeAt(image, kFpgaOpInfoBlock, fpgaOpInfoBlock());
+    const int fan = misc::kFanIdentityRegion.emmcOffset;
+    seeder.writeAt(image, misc::kMotorHallRecord.emmcOffset,
+                   int32le({1203, -877, 455, 12, -3, 980}));
+    seeder.writeAt(image, fan, "473918000003");
+    seeder.writeAt(image, fan + misc::kFanRpmTableOffset, "0:0,1:2100,2:3200,3:4300,4:5400,5:6500");
+    seeder.writeAt(image, misc::kExgpioCounterArea.emmcOffset, exgpioArea());
+    seeder.writeAt(image, misc::kFpgaOpInfoOffset, fpgaOpInfoBlock());
 }
 
 void seedNodeTable(const Seeder& seeder) {
     for (const auto& row : gMiscNodeTable) {
         const std::string path = row.path;
-        if (path == kReservePartition) continue;  // the partition image below
+        if (path == kReservePartitionPath) continue;  // the partition image below
         if (path == "/proc/devinfo") {
             seeder.makeDir(path);
             continue;

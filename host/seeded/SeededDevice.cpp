@@ -32,29 +32,30 @@
 #include "ReservePartition.h"
 
 namespace fs = std::filesystem;
-using aidl::vendor::zenth::hardware::misc::gMiscNodeTable;
-using aidl::vendor::zenth::hardware::misc::kReservePartitionPath;
+namespace misc = aidl::vendor::zenth::hardware::misc;
+using misc::gMiscNodeTable;
+using misc::kReservePartitionPath;
 
 namespace zenth_host {
 
 namespace {
 
-constexpr off_t kFanIdentity = 0x4DF000;
-constexpr off_t kFanRpmTable = kFanIdentity + 64;
+constexpr off_t kFanIdentity = misc::kFanIdentityRegion.emmcOffset;
+constexpr off_t kFanRpmTable = kFanIdentity + misc::kFanRpmTableOffset;
 
 // The FPGA operation-info block as the factory formats it: one key per 16-byte field.
 void seedFpgaKeys(const SeededDevice& device) {
-    static constexpr const char* kFields[] = {"",     "up:0", "rb:0", "i2c:0",
-                                              "sr:0", "hr:0", "ec:",  "bf:0"};
-    off_t offset = 0x514000;
+    static constexpr const char* kFields[misc::kFpgaOpInfoFieldCount] = {
+            "", "up:0", "rb:0", "i2c:0", "sr:0", "hr:0", "ec:", "bf:0"};
+    off_t offset = misc::kFpgaOpInfoOffset;
     for (const char* field : kFields) {
         if (field[0] != '\0') device.writePartition(offset, field);
-        offset += 16;
+        offset += misc::kCounterFieldSize;
     }
 }
 
 std::string motorRecord() {
-    const int32_t values[6] = {1, -2, 3, 0, 0, 7};
+    const int32_t values[misc::kMotorHallRecordValues] = {1, -2, 3, 0, 0, 7};
     return std::string(reinterpret_cast<const char*>(values), sizeof(values));
 }
 
@@ -125,7 +126,7 @@ void SeededDevice::seedSample() const {
     }
     createReservePartition();
     seedFpgaKeys(*this);
-    writePartition(kMotorRecord, motorRecord());
+    writePartition(misc::kMotorHallRecord.emmcOffset, motorRecord());
     writePartition(kFanIdentity, "473918000001");
     writePartition(kFanRpmTable, "1000,2000,3000,4000");
     writeFile("/mnt/vendor/persist/engineermode/tri_state_hall_data", "12;34;56");
@@ -144,13 +145,18 @@ const char* loggerName(Logger logger) {
     return logger == Logger::NoOp ? "no-op logger" : "stderr logger";
 }
 
-long residentKiB(pid_t pid) {
+long processStatus(pid_t pid, const std::string& field) {
     std::ifstream status("/proc/" + std::to_string(pid) + "/status");
+    const std::string prefix = field + ":";
     std::string line;
     while (std::getline(status, line)) {
-        if (line.rfind("VmRSS:", 0) == 0) return std::stol(line.substr(6));
+        if (line.rfind(prefix, 0) == 0) return std::stol(line.substr(prefix.size()));
     }
     return -1;
+}
+
+long residentKiB(pid_t pid) {
+    return processStatus(pid, "VmRSS");
 }
 
 }  // namespace zenth_host

@@ -27,6 +27,7 @@
 #include <zenth_host/binder_host.h>
 
 #include "StatsClient.h"
+#include "StatsDeclaredFlags.h"
 
 using ::aidl::android::frameworks::stats::VendorAtomValue;
 namespace misc = ::aidl::vendor::zenth::hardware::misc;

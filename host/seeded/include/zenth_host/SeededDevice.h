@@ -25,12 +25,8 @@
 
 namespace zenth_host {
 
-// Offsets of the reserve partition regions the figures look at (eMMC storage).
+// Big enough for every region of the reserve partition; the seeded device stores on eMMC.
 inline constexpr off_t kPartitionSize = 6 * 1024 * 1024;
-inline constexpr off_t kMotorRecord = 0x41AC00;
-inline constexpr off_t kOpRecord = 0x514030;
-inline constexpr off_t kSrCount = 0x514043;
-inline constexpr off_t kEnableInfo = 0x514320;
 
 // A fresh root folder under /dev/shm, set as the emulated device's root while it lives.
 class SeededDevice {
@@ -63,7 +59,10 @@ enum class Logger { NoOp, Stderr };
 void useLogger(Logger logger);
 const char* loggerName(Logger logger);
 
-// Resident set of a process in KiB (VmRSS), -1 when it cannot be read.
+// A number of /proc/<pid>/status: "VmRSS" (resident set, KiB), "VmHWM" (its peak, KiB),
+// "Threads"; -1 when it cannot be read.
+long processStatus(pid_t pid, const std::string& field);
+// Resident set of a process in KiB, -1 when it cannot be read.
 long residentKiB(pid_t pid);
 
 }  // namespace zenth_host

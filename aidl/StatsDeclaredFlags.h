@@ -1,0 +1,26 @@
+/*
+ * Copyright (C) 2026 Zenth
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
+#pragma once
+
+namespace aidl::vendor::zenth::hardware::misc {
+
+// The declared flag of each reporter, for getStatsService: false at start, then the answer
+// of the declaration query. Each is defined beside its reporter.
+extern bool gFpgaStatsDeclared;
+extern bool gExgpioStatsDeclared;
+
+}  // namespace aidl::vendor::zenth::hardware::misc

@@ -1,0 +1,48 @@
+/*
+ * Copyright (C) 2026 Zenth
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
+#pragma once
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <type_traits>
+
+namespace bench {
+
+// Runs work() in a child process, so that the threads and memory it takes are its own and end
+// with it, and hands its result back through a pipe. False when no result came back.
+template <typename Result, typename Work>
+bool runInChild(Work work, Result* result) {
+    static_assert(std::is_trivially_copyable_v<Result>);
+    int pipeFds[2];
+    if (pipe(pipeFds) != 0) return false;
+    pid_t child = fork();
+    if (child == 0) {
+        close(pipeFds[0]);
+        const Result sent = work();
+        ssize_t ignored = write(pipeFds[1], &sent, sizeof(sent));
+        (void)ignored;
+        _exit(0);
+    }
+    close(pipeFds[1]);
+    const bool received = read(pipeFds[0], result, sizeof(*result)) == sizeof(*result);
+    close(pipeFds[0]);
+    waitpid(child, nullptr, 0);
+    return received;
+}
+
+}  // namespace bench
