@@ -48,11 +48,12 @@ struct ReserveRegion {
     constexpr int offset(bool isEmmc) const { return isEmmc ? emmcOffset : ufsOffset; }
 };
 
-inline constexpr ReserveRegion kMotorHallRecord = {0x41AC00, 0x434000, 24};
-inline constexpr ReserveRegion kFanIdentityRegion = {0x4DF000, 0x51F000, 192};
-inline constexpr ReserveRegion kExgpioCounterArea = {0x4E2400, 0x526000, 112};
-inline constexpr ReserveRegion kFpgaOpInfoBlock = {0x514000, 0x514000, 128};
-inline constexpr ReserveRegion kFpgaEnableInfoArea = {0x514320, 0x514320, 48};
+// {offset on eMMC, offset on UFS, length}, with the offsets in decimal after each.
+inline constexpr ReserveRegion kMotorHallRecord = {0x41AC00, 0x434000, 24};     // 4303872, 4407296
+inline constexpr ReserveRegion kFanIdentityRegion = {0x4DF000, 0x51F000, 192};  // 5107712, 5369856
+inline constexpr ReserveRegion kExgpioCounterArea = {0x4E2400, 0x526000, 112};  // 5121024, 5398528
+inline constexpr ReserveRegion kFpgaOpInfoBlock = {0x514000, 0x514000, 128};    // 5324800
+inline constexpr ReserveRegion kFpgaEnableInfoArea = {0x514320, 0x514320, 48};  // 5325600
 
 inline constexpr ReserveRegion kReserveRegions[] = {kMotorHallRecord, kFanIdentityRegion,
                                                     kExgpioCounterArea, kFpgaOpInfoBlock,
