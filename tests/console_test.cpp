@@ -101,9 +101,8 @@ TEST_F(ConsoleTest, ScriptDrivesEveryCommand) {
     EXPECT_THAT(calls,
                 ElementsAre("0", "1", "-1", "3", "255",
                             "Device version: AMOLED-6.7\\nDevice manufacture: panelco\\n",
-                            // Binary content is no String: the reply cannot be written.
-                            "error: Status(-129, EX_TRANSACTION_FAILED): 'BAD_VALUE: '", "-1",
-                            "true", "false", "fault 0x2 handled",
+                            // Binary content crosses as the conversion makes it.
+                            "\\x02\\x10", "-1", "true", "false", "fault 0x2 handled",
                             "error: unknown command 'frobnicate' (type help for the commands)",
                             "error: usage: miscReadNodeFile <deviceId> <nodeFlag>",
                             "error: unknown escape \\q"));
