@@ -20,6 +20,7 @@
 #include <android/binder_ibinder.h>
 #include <android/binder_interface_utils.h>
 #include <android/binder_parcel_utils.h>
+#include <android/binder_stability.h>
 
 #include <atomic>
 #include <cstdio>
@@ -216,7 +217,8 @@ binder_status_t AIBinder_transact(AIBinder* binder, transaction_code_t code, APa
     if (binder == nullptr || out == nullptr || transaction->request.get() == nullptr) {
         return STATUS_UNEXPECTED_NULL;
     }
-    if ((flags & ~FLAG_ONEWAY) != 0) return STATUS_BAD_VALUE;
+    constexpr binder_flags_t kAllFlags = FLAG_ONEWAY | FLAG_CLEAR_BUF | FLAG_PRIVATE_VENDOR;
+    if ((flags & ~kAllFlags) != 0) return STATUS_BAD_VALUE;
     const bool oneway = (flags & FLAG_ONEWAY) != 0;
     AIBinder_incStrong(binder);
     transaction->target.set(binder);

@@ -64,9 +64,9 @@ binder_status_t onTransact(AIBinder* binder, transaction_code_t code, const APar
             if (read != STATUS_OK) return read;
             return writeReply(out, impl->saveCalibrationData(type, bytes, length, &saved), saved);
         }
-        case IZenthMisc::TRANSACTION_getInterfaceVersion:
+        case FIRST_CALL_TRANSACTION + 16777214 /*getInterfaceVersion*/:
             return writeReply(out, impl->getInterfaceVersion(&number), number);
-        case IZenthMisc::TRANSACTION_getInterfaceHash:
+        case FIRST_CALL_TRANSACTION + 16777213 /*getInterfaceHash*/:
             return writeReply(out, impl->getInterfaceHash(&text), text);
         default:
             return STATUS_UNKNOWN_TRANSACTION;
@@ -150,11 +150,13 @@ BpZenthMisc::~BpZenthMisc() {}
 }
 
 ::ndk::ScopedAStatus BpZenthMisc::getInterfaceVersion(int32_t* _aidl_return) {
-    return callRemote(asBinder(), TRANSACTION_getInterfaceVersion, _aidl_return);
+    return callRemote(asBinder(), FIRST_CALL_TRANSACTION + 16777214 /*getInterfaceVersion*/,
+                      _aidl_return);
 }
 
 ::ndk::ScopedAStatus BpZenthMisc::getInterfaceHash(std::string* _aidl_return) {
-    return callRemote(asBinder(), TRANSACTION_getInterfaceHash, _aidl_return);
+    return callRemote(asBinder(), FIRST_CALL_TRANSACTION + 16777213 /*getInterfaceHash*/,
+                      _aidl_return);
 }
 
 }  // namespace aidl::vendor::zenth::hardware::misc

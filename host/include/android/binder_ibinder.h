@@ -36,6 +36,8 @@ typedef uint32_t binder_flags_t;
 #define FIRST_CALL_TRANSACTION 0x00000001
 #define LAST_CALL_TRANSACTION 0x00ffffff
 #define FLAG_ONEWAY 0x01
+// Asks the driver to zero the transaction's buffer once it is freed.
+#define FLAG_CLEAR_BUF 0x20
 
 struct AIBinder;
 typedef struct AIBinder AIBinder;
