@@ -219,7 +219,6 @@ binder_status_t AIBinder_transact(AIBinder* binder, transaction_code_t code, APa
     }
     constexpr binder_flags_t kAllFlags = FLAG_ONEWAY | FLAG_CLEAR_BUF | FLAG_PRIVATE_VENDOR;
     if ((flags & ~kAllFlags) != 0) return STATUS_BAD_VALUE;
-    const bool oneway = (flags & FLAG_ONEWAY) != 0;
     AIBinder_incStrong(binder);
     transaction->target.set(binder);
     transaction->code = code;
@@ -227,20 +226,21 @@ binder_status_t AIBinder_transact(AIBinder* binder, transaction_code_t code, APa
     AIBinder* object = objectOf(binder);
     binder_status_t status = STATUS_OK;
     if (object->owner == zenth_host::currentProcess()) {
+        // A binder of the caller's own process runs the call at once, oneway or not.
         status = transaction->receive();
+    } else if ((flags & FLAG_ONEWAY) != 0) {
+        // The caller goes on and never hears what the object answered.
+        zenth_host::sendOneway(object->owner, [transaction] { transaction->receive(); });
+        *out = AParcel_create();
+        return STATUS_OK;
     } else if (object->owner == nullptr) {
         status = zenth_host::serveOnThreadPool([transaction] { return transaction->receive(); },
-                                               oneway);
+                                               false);
     } else {
         // A thread of that process serves the call in its place.
         std::shared_ptr<Process> caller = zenth_host::enterProcess(object->owner);
         status = transaction->receive();
         zenth_host::enterProcess(std::move(caller));
-    }
-    // A oneway caller hears nothing back from the object.
-    if (oneway) {
-        *out = AParcel_create();
-        return STATUS_OK;
     }
     if (status != STATUS_OK) return status;
     AParcel_setDataPosition(transaction->reply.get(), 0);

@@ -112,6 +112,8 @@ void runSession() {
 
 void runConsole() {
     runSession();
+    // Atoms already sent are printed before the phone stops.
+    zenth_host::waitForOnewayCalls();
     // Exiting runs the platform libraries' static destructors, which must not meet a
     // detached thread of the daemon in the middle of its work.
     waitUntilThreadsParked(kSettleTimeout);

@@ -109,6 +109,8 @@ void ReporterTest::runReporter(const std::function<void()>& start) {
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
     }
+    // The statistics service handles an atom after the reporter has gone on.
+    zenth_host::waitForOnewayCalls();
 }
 
 std::vector<std::string> ReporterTest::reporterMessages() const {

@@ -20,9 +20,6 @@
  */
 #pragma once
 
-#include <chrono>
-#include <condition_variable>
-#include <cstddef>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -44,12 +41,9 @@ class FakeStats : public ::aidl::android::frameworks::stats::BnStats {
     void setPrinting(bool printing);
 
     std::vector<VendorAtom> atoms() const;
-    // Waits until at least count atoms have arrived.
-    bool waitForAtoms(size_t count, std::chrono::milliseconds timeout) const;
 
   private:
     mutable std::mutex mMutex;
-    mutable std::condition_variable mArrived;
     std::vector<VendorAtom> mAtoms;
     bool mPrinting = false;
 };

@@ -22,8 +22,9 @@
  * thread holding an OutsideProcess is a thread of another process while the guard lives. A
  * binder belongs to the process of the thread that created it; looked up from another
  * process it arrives as a proxy, and calls on it travel as transactions in parcels. The
- * daemon's process serves them on its binder thread pool; another process serves them on
- * the calling thread, which acts as a thread of that process for the call.
+ * daemon's process serves them on its binder thread pool; another process serves a two-way
+ * call on the calling thread, which acts as a thread of that process for the call, and its
+ * oneway calls in order on a thread of its own, after the caller has gone on.
  *
  * A whole daemon process, which cannot call these, is set up from its environment before
  * main instead:
@@ -68,6 +69,9 @@ void resetServiceManager();
 
 // Makes one ABinderProcess_joinThreadPool return: the one in progress, or else the next one.
 void releaseThreadPool();
+
+// Waits until every oneway call sent so far, to any process, has been run to its end.
+void waitForOnewayCalls();
 
 // Status objects made and not yet deleted, in every process: a leak shows here.
 size_t liveStatusCount();
