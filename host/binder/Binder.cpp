@@ -52,6 +52,7 @@ struct AIBinder {
     void* const userData;
     const std::shared_ptr<Process> owner;  // the process that serves the object's calls
     AIBinder* const remote;                // for a proxy, its object; null for the object
+    std::atomic<bool> vintf{false};
     std::mutex mutex;
     int32_t strong = 1;
     int32_t weak = 0;
@@ -248,6 +249,10 @@ binder_status_t AIBinder_transact(AIBinder* binder, transaction_code_t code, APa
     return STATUS_OK;
 }
 
+void AIBinder_markVintfStability(AIBinder* binder) {
+    objectOf(binder)->vintf.store(true);
+}
+
 namespace zenth_host {
 
 AIBinder* referenceFromCurrentProcess(AIBinder* binder) {
@@ -255,6 +260,10 @@ AIBinder* referenceFromCurrentProcess(AIBinder* binder) {
     AIBinder_incStrong(object);
     if (object->owner == currentProcess()) return object;
     return new AIBinder(nullptr, nullptr, object->owner, object);
+}
+
+bool hasVintfStability(AIBinder* binder) {
+    return objectOf(binder)->vintf.load();
 }
 
 }  // namespace zenth_host

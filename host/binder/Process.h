@@ -45,6 +45,9 @@ std::shared_ptr<Process> enterProcess(std::shared_ptr<Process> process);
 // itself in its own process, a new proxy of it in any other.
 AIBinder* referenceFromCurrentProcess(AIBinder* binder);
 
+// Whether binder's object was marked with VINTF stability.
+bool hasVintfStability(AIBinder* binder);
+
 // Hands a oneway call to the process that owns a binder and returns at once. The daemon's
 // thread pool runs it; another process runs its oneway calls in order on a thread of its own.
 void sendOneway(const std::shared_ptr<Process>& owner, std::function<void()> call);

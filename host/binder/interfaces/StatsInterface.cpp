@@ -24,6 +24,8 @@
 
 #include <sstream>
 
+#include <android/binder_stability.h>
+
 #include "GeneratedCode.h"
 
 namespace aidl::android::frameworks::stats {
@@ -157,7 +159,9 @@ BnStats::~BnStats() {}
 }
 
 ::ndk::SpAIBinder BnStats::createBinder() {
-    return ::ndk::SpAIBinder(AIBinder_new(statsClass(), static_cast<void*>(this)));
+    AIBinder* binder = AIBinder_new(statsClass(), static_cast<void*>(this));
+    AIBinder_markVintfStability(binder);  // a @VintfStability interface
+    return ::ndk::SpAIBinder(binder);
 }
 
 BpStats::BpStats(const ::ndk::SpAIBinder& binder) : BpCInterface(binder) {}

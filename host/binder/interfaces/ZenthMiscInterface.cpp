@@ -21,6 +21,8 @@
 #include <aidl/vendor/zenth/hardware/misc/IZenthMisc.h>
 #include <aidl/vendor/zenth/hardware/misc/ZenthMiscStatus.h>
 
+#include <android/binder_stability.h>
+
 #include "GeneratedCode.h"
 
 namespace aidl::vendor::zenth::hardware::misc {
@@ -113,7 +115,9 @@ BnZenthMisc::~BnZenthMisc() {}
 }
 
 ::ndk::SpAIBinder BnZenthMisc::createBinder() {
-    return ::ndk::SpAIBinder(AIBinder_new(zenthMiscClass(), static_cast<void*>(this)));
+    AIBinder* binder = AIBinder_new(zenthMiscClass(), static_cast<void*>(this));
+    AIBinder_markVintfStability(binder);  // a @VintfStability interface
+    return ::ndk::SpAIBinder(binder);
 }
 
 BpZenthMisc::BpZenthMisc(const ::ndk::SpAIBinder& binder) : BpCInterface(binder) {}

@@ -15,7 +15,9 @@
  */
 
 /*
- * Stability of binder objects (host stand-in).
+ * Stability of binder objects (host stand-in): a binder marked with VINTF stability may be
+ * used between the system and the vendor image, and the service manager registers one only
+ * under an instance that a VINTF manifest declares.
  */
 #pragma once
 
@@ -29,6 +31,9 @@ enum {
     // Marks a transaction as coupled with the vendor image.
     FLAG_PRIVATE_VENDOR = 0x10000000,
 };
+
+// This binder has system<->vendor stability.
+void AIBinder_markVintfStability(AIBinder* binder);
 
 #ifdef __cplusplus
 }

@@ -16,7 +16,8 @@
 
 /*
  * Host-only: a statistics service that records the vendor atoms it receives. Register it
- * from an OutsideProcess: on a device it lives in a process of its own.
+ * from an OutsideProcess, under a declared instance: on a device it lives in a process of its
+ * own, and the platform's manifest declares it.
  */
 #pragma once
 
