@@ -147,15 +147,15 @@ struct ServiceCase {
 };
 
 const std::string kFields = " i2c:3 rs:1 pw:7 pi2c:2 prs:1\n";
-// Erased flash is no UTF-8, so the atom cannot be written into the call's parcel.
-const std::string kErased(16, '\xff');
+// A text whose last sequence the end cuts off cannot be written into the call's parcel.
+const std::string kCutOff = "EXG lead \xc3";
 // clang-format off
 const ServiceCase kServiceCases[] = {
         {"NotDeclared", Service::NotDeclared, "EXG lead",
          {kStart, "E Stats service is not registered.", "E exgpio: EXG lead" + kFields,
           kUnchanged}},
-        {"AtomNotSent", Service::Running, kErased,
-         {kStart, "E exgpio: " + kErased + kFields, kSend,
+        {"AtomNotSent", Service::Running, kCutOff,
+         {kStart, "E exgpio: " + kCutOff + kFields, kSend,
           "E Unable to report exgpio info to Stats service"}},
 };
 // clang-format on
@@ -178,6 +178,17 @@ TEST_P(ExgpioServiceTest, CountsAreRememberedWithoutAReport) {
 
 INSTANTIATE_TEST_SUITE_P(Services, ExgpioServiceTest, ::testing::ValuesIn(kServiceCases),
                          [](const auto& info) { return std::string(info.param.name); });
+
+// Erased flash is no UTF-8, yet it crosses the parcel: every four 0xff bytes become units that
+// the statistics service drops.
+TEST_F(ExgpioReporterTest, ErasedLeadingTextIsSentEmpty) {
+    writeArea(kEmmcArea, kCounts, std::string(16, '\xff'));
+    setService(Service::Running);
+
+    run();
+
+    EXPECT_EQ(describedAtoms(), Strings{"100272 '' 3 1 7"});
+}
 
 TEST_F(ExgpioReporterTest, IncompleteWriteBackIsReportedWithTheByteSum) {
     Counts counts = kCounts;

@@ -69,7 +69,9 @@ class FpgaReporterTest : public ReporterTest {
 
 TEST_F(FpgaReporterTest, MalformedFieldsCountAsZero) {
     // The fault code is stored as raw bytes, so the ec field does not parse as a number.
-    writeBlock({"", "up12", "rb:1", "i2c:4", "xx:9", "hr:2",
+    // Erased flash as the leading text crosses the parcel, and arrives empty.
+    const std::string erased(16, '\xff');
+    writeBlock({erased, "up12", "rb:1", "i2c:4", "xx:9", "hr:2",
                 std::string("ec:\0\0\0\0\0\x12\x34", 10), "bf:6"});
     setService(Service::Running);
 
@@ -77,8 +79,9 @@ TEST_F(FpgaReporterTest, MalformedFieldsCountAsZero) {
 
     EXPECT_EQ(describedAtoms(), Strings{"100196 '' 0 1 4 0 2 0 6"});
     EXPECT_EQ(reporterMessages(),
-              (Strings{kStart, "E  up12 rb:1 i2c:4 xx:9 hr:2 ec: bf:6\n", "E parse value failed\n",
-                       "E parse sr value failed\n", "E parse value failed\n", kSend, kReset}));
+              (Strings{kStart, "E " + erased + " up12 rb:1 i2c:4 xx:9 hr:2 ec: bf:6\n",
+                       "E parse value failed\n", "E parse sr value failed\n",
+                       "E parse value failed\n", kSend, kReset}));
 }
 
 struct RebootCase {
@@ -132,16 +135,16 @@ struct ServiceCase {
 };
 
 const std::string kFields = " up:1 rb:3 i2c:4 sr:0 hr:2 ec:5 bf:0\n";
-// Erased flash is no UTF-8, so the atom cannot be written into the call's parcel.
-const std::string kErased(16, '\xff');
+// A text whose last sequence the end cuts off cannot be written into the call's parcel.
+const std::string kCutOff = "FPGA-7 \xe2\x82";
 // clang-format off
 const ServiceCase kServiceCases[] = {
         {"NotDeclared", Service::NotDeclared, "FPGA-7",
          {kStart, "E Stats service is not registered.", "E FPGA-7" + kFields, kNoService, kReset}},
         {"NotRunning", Service::DeclaredNotRunning, "FPGA-7",
          {kStart, "E FPGA-7" + kFields, kNoService, kReset}},
-        {"AtomNotSent", Service::Running, kErased,
-         {kStart, "E " + kErased + kFields, kSend, "E Unable to report fpga info to Stats service",
+        {"AtomNotSent", Service::Running, kCutOff,
+         {kStart, "E " + kCutOff + kFields, kSend, "E Unable to report fpga info to Stats service",
           kReset}},
 };
 // clang-format on

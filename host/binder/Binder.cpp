@@ -20,6 +20,7 @@
 #include <android/binder_ibinder.h>
 #include <android/binder_interface_utils.h>
 #include <android/binder_parcel_utils.h>
+#include <android/binder_stability.h>
 
 #include <atomic>
 #include <cstdio>
@@ -51,6 +52,7 @@ struct AIBinder {
     void* const userData;
     const std::shared_ptr<Process> owner;  // the process that serves the object's calls
     AIBinder* const remote;                // for a proxy, its object; null for the object
+    std::atomic<bool> vintf{false};
     std::mutex mutex;
     int32_t strong = 1;
     int32_t weak = 0;
@@ -216,8 +218,8 @@ binder_status_t AIBinder_transact(AIBinder* binder, transaction_code_t code, APa
     if (binder == nullptr || out == nullptr || transaction->request.get() == nullptr) {
         return STATUS_UNEXPECTED_NULL;
     }
-    if ((flags & ~FLAG_ONEWAY) != 0) return STATUS_BAD_VALUE;
-    const bool oneway = (flags & FLAG_ONEWAY) != 0;
+    constexpr binder_flags_t kAllFlags = FLAG_ONEWAY | FLAG_CLEAR_BUF | FLAG_PRIVATE_VENDOR;
+    if ((flags & ~kAllFlags) != 0) return STATUS_BAD_VALUE;
     AIBinder_incStrong(binder);
     transaction->target.set(binder);
     transaction->code = code;
@@ -225,25 +227,30 @@ binder_status_t AIBinder_transact(AIBinder* binder, transaction_code_t code, APa
     AIBinder* object = objectOf(binder);
     binder_status_t status = STATUS_OK;
     if (object->owner == zenth_host::currentProcess()) {
+        // A binder of the caller's own process runs the call at once, oneway or not.
         status = transaction->receive();
+    } else if ((flags & FLAG_ONEWAY) != 0) {
+        // The caller goes on and never hears what the object answered.
+        zenth_host::sendOneway(object->owner, [transaction] { transaction->receive(); });
+        *out = AParcel_create();
+        return STATUS_OK;
     } else if (object->owner == nullptr) {
         status = zenth_host::serveOnThreadPool([transaction] { return transaction->receive(); },
-                                               oneway);
+                                               false);
     } else {
         // A thread of that process serves the call in its place.
         std::shared_ptr<Process> caller = zenth_host::enterProcess(object->owner);
         status = transaction->receive();
         zenth_host::enterProcess(std::move(caller));
     }
-    // A oneway caller hears nothing back from the object.
-    if (oneway) {
-        *out = AParcel_create();
-        return STATUS_OK;
-    }
     if (status != STATUS_OK) return status;
     AParcel_setDataPosition(transaction->reply.get(), 0);
     *out = transaction->reply.release();
     return STATUS_OK;
+}
+
+void AIBinder_markVintfStability(AIBinder* binder) {
+    objectOf(binder)->vintf.store(true);
 }
 
 namespace zenth_host {
@@ -253,6 +260,10 @@ AIBinder* referenceFromCurrentProcess(AIBinder* binder) {
     AIBinder_incStrong(object);
     if (object->owner == currentProcess()) return object;
     return new AIBinder(nullptr, nullptr, object->owner, object);
+}
+
+bool hasVintfStability(AIBinder* binder) {
+    return objectOf(binder)->vintf.load();
 }
 
 }  // namespace zenth_host

@@ -29,7 +29,6 @@ std::string FakeStats::instanceName() {
 ndk::ScopedAStatus FakeStats::reportVendorAtom(const VendorAtom& in_vendorAtom) {
     std::lock_guard<std::mutex> lock(mMutex);
     mAtoms.push_back(in_vendorAtom);
-    mArrived.notify_all();
     if (mPrinting) {
         std::printf("%s\n", in_vendorAtom.toString().c_str());
         std::fflush(stdout);
@@ -45,11 +44,6 @@ void FakeStats::setPrinting(bool printing) {
 std::vector<FakeStats::VendorAtom> FakeStats::atoms() const {
     std::lock_guard<std::mutex> lock(mMutex);
     return mAtoms;
-}
-
-bool FakeStats::waitForAtoms(size_t count, std::chrono::milliseconds timeout) const {
-    std::unique_lock<std::mutex> lock(mMutex);
-    return mArrived.wait_for(lock, timeout, [&] { return mAtoms.size() >= count; });
 }
 
 }  // namespace zenth_host

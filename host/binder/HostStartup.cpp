@@ -23,6 +23,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <sstream>
 #include <string>
 
@@ -30,7 +31,9 @@
 #include <zenth_host/binder_host.h>
 #include <zenth_host/host_log.h>
 
+#include "ServiceManager.h"
 #include "ThreadPool.h"
+#include "VintfManifest.h"
 
 namespace zenth_host {
 
@@ -41,18 +44,26 @@ bool environmentIs(const char* name, const char* value) {
     return set != nullptr && std::strcmp(set, value) == 0;
 }
 
-void declareFromEnvironment() {
-    const char* list = std::getenv("ZENTH_HOST_DECLARED");
-    if (list == nullptr) return;
-    std::istringstream names(list);
+void declareFromManifests() {
+    const char* files = std::getenv("ZENTH_HOST_MANIFESTS");
+    std::istringstream names(files != nullptr ? files : ZENTH_DEVICE_MANIFESTS);
     for (std::string name; std::getline(names, name, ',');) {
-        if (!name.empty()) declareInstance(name);
+        if (name.empty()) continue;
+        std::ifstream file(name);
+        if (!file) {
+            std::fprintf(stderr, "host: cannot read the manifest %s\n", name.c_str());
+            continue;
+        }
+        std::stringstream xml;
+        xml << file.rdbuf();
+        declareManifestInstances(aidlInstancesDeclaredIn(xml.str()));
     }
 }
 
 void startStatsFromEnvironment() {
     if (!environmentIs("ZENTH_HOST_STATS", "1")) return;
     OutsideProcess statsProcess("stats");
+    declareManifestInstances({FakeStats::instanceName()});
     auto stats = ndk::SharedRefBase::make<FakeStats>();
     stats->setPrinting(true);
     // The service manager keeps the service alive for the whole process.
@@ -67,9 +78,8 @@ struct HostStartup {
         // Off-device every priority is shown.
         __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
         __android_log_set_logger(logcatLogger);
-        declareFromEnvironment();
+        declareFromManifests();
         startStatsFromEnvironment();
-        setRegistrationRefused(environmentIs("ZENTH_HOST_REFUSE_REGISTRATION", "1"));
         installThreadPoolReleaseSignal();
     }
 };

@@ -18,12 +18,12 @@
 
 #include <android/binder_parcel.h>
 
-#include <iconv.h>
-
 #include <algorithm>
 #include <cstring>
 #include <string>
 #include <vector>
+
+#include "Utf16.h"
 
 struct AParcel {
     std::vector<uint8_t> data;
@@ -31,12 +31,6 @@ struct AParcel {
 };
 
 namespace {
-
-#if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
-constexpr const char* kUtf16 = "UTF-16LE";
-#else
-constexpr const char* kUtf16 = "UTF-16BE";
-#endif
 
 size_t padded(size_t size) {
     return (size + 3) & ~size_t{3};
@@ -73,23 +67,6 @@ template <typename T>
 binder_status_t readValue(const AParcel* parcel, T* value) {
     if (value == nullptr) return STATUS_UNEXPECTED_NULL;
     return readBytes(parcel, value, sizeof(*value));
-}
-
-// True when every input byte converted: iconv rejects overlong forms, surrogates, code
-// points past U+10FFFF and truncated sequences. Neither direction more than doubles the size.
-bool convert(const char* toCode, const char* fromCode, const char* text, size_t size,
-             std::string* converted) {
-    iconv_t cd = iconv_open(toCode, fromCode);
-    if (cd == reinterpret_cast<iconv_t>(-1)) return false;
-    converted->assign(2 * size, '\0');
-    char* in = const_cast<char*>(text);
-    size_t inLeft = size;
-    char* out = converted->data();
-    size_t outLeft = converted->size();
-    const bool complete = iconv(cd, &in, &inLeft, &out, &outLeft) != static_cast<size_t>(-1);
-    iconv_close(cd);
-    converted->resize(converted->size() - outLeft);
-    return complete && inLeft == 0;
 }
 
 }  // namespace
@@ -148,17 +125,16 @@ binder_status_t AParcel_readBool(const AParcel* parcel, bool* value) {
 }
 
 binder_status_t AParcel_writeString(AParcel* parcel, const char* string, int32_t length) {
-    if (string == nullptr) {
-        return length == -1 ? AParcel_writeInt32(parcel, -1) : STATUS_UNEXPECTED_NULL;
-    }
+    if (string == nullptr) return length == -1 ? AParcel_writeInt32(parcel, -1) : STATUS_BAD_VALUE;
     if (length < 0) return STATUS_BAD_VALUE;
-    std::string utf16;
-    if (!convert(kUtf16, "UTF-8", string, static_cast<size_t>(length), &utf16)) {
+    std::u16string utf16;
+    if (!zenth_host::utf8ToUtf16(string, static_cast<size_t>(length), &utf16)) {
         return STATUS_BAD_VALUE;
     }
-    binder_status_t status = AParcel_writeInt32(parcel, static_cast<int32_t>(utf16.size() / 2));
-    utf16.append(2, '\0');
-    return status == STATUS_OK ? writeBytes(parcel, utf16.data(), utf16.size()) : status;
+    binder_status_t status = AParcel_writeInt32(parcel, static_cast<int32_t>(utf16.size()));
+    // The units and their NUL.
+    if (status == STATUS_OK) status = writeBytes(parcel, utf16.c_str(), 2 * (utf16.size() + 1));
+    return status;
 }
 
 binder_status_t AParcel_readString(const AParcel* parcel, void* stringData,
@@ -169,12 +145,12 @@ binder_status_t AParcel_readString(const AParcel* parcel, void* stringData,
     if (length16 == -1)
         return allocator(stringData, -1, nullptr) ? STATUS_OK : STATUS_UNEXPECTED_NULL;
     if (length16 < 0) return STATUS_BAD_VALUE;
+    // The units and their NUL; checked before the allocation, so a wild length costs nothing.
     const size_t size16 = 2 * (static_cast<size_t>(length16) + 1);
     if (padded(size16) > remaining(parcel)) return STATUS_NOT_ENOUGH_DATA;
-    std::string utf16(size16, '\0');
+    std::u16string utf16(size16 / 2, u'\0');
     readBytes(parcel, utf16.data(), size16);
-    std::string utf8;
-    if (!convert("UTF-8", kUtf16, utf16.data(), size16 - 2, &utf8)) return STATUS_BAD_VALUE;
+    const std::string utf8 = zenth_host::utf16ToUtf8(utf16.data(), utf16.size() - 1);
     char* buffer = nullptr;
     if (!allocator(stringData, static_cast<int32_t>(utf8.size() + 1), &buffer) ||
         buffer == nullptr) {
@@ -185,8 +161,7 @@ binder_status_t AParcel_readString(const AParcel* parcel, void* stringData,
 }
 
 binder_status_t AParcel_writeByteArray(AParcel* parcel, const int8_t* arrayData, int32_t length) {
-    if (length < -1) return STATUS_BAD_VALUE;
-    if (arrayData == nullptr && length > 0) return STATUS_UNEXPECTED_NULL;
+    if (length < -1 || (arrayData == nullptr && length > 0)) return STATUS_BAD_VALUE;
     binder_status_t status = AParcel_writeInt32(parcel, length);
     if (status != STATUS_OK || length <= 0) return status;
     return writeBytes(parcel, arrayData, static_cast<size_t>(length));
@@ -199,7 +174,8 @@ binder_status_t AParcel_readByteArray(const AParcel* parcel, void* arrayData,
     if (status != STATUS_OK) return status;
     if (length == -1) return allocator(arrayData, -1, nullptr) ? STATUS_OK : STATUS_UNEXPECTED_NULL;
     if (length < 0) return STATUS_BAD_VALUE;
-    if (padded(static_cast<size_t>(length)) > remaining(parcel)) return STATUS_NOT_ENOUGH_DATA;
+    // Checked before the allocation rather than after, with the same answer.
+    if (padded(static_cast<size_t>(length)) > remaining(parcel)) return STATUS_NO_MEMORY;
     int8_t* buffer = nullptr;
     if (!allocator(arrayData, length, &buffer) || (buffer == nullptr && length > 0)) {
         return STATUS_NO_MEMORY;

@@ -14,13 +14,18 @@
  * limitations under the License.
  */
 
-// The host's model of processes: each thread knows the process it acts for.
+// The host's model of processes: each thread knows the process it acts for, and a process
+// runs the oneway calls made to it after their callers have gone on.
 
 #include "Process.h"
 
+#include <condition_variable>
+#include <thread>
 #include <utility>
 
 #include <zenth_host/binder_host.h>
+
+#include "ThreadPool.h"
 
 namespace zenth_host {
 
@@ -29,6 +34,43 @@ namespace {
 std::shared_ptr<Process>& threadProcess() {
     thread_local std::shared_ptr<Process> process;
     return process;
+}
+
+// Oneway calls sent and not yet run to their end, in every process.
+struct OnewayCalls {
+    std::mutex mutex;
+    std::condition_variable finished;
+    size_t pending = 0;
+};
+
+// Never destroyed: a process's thread may still run a call while the binary exits.
+OnewayCalls& onewayCalls() {
+    static OnewayCalls* calls = new OnewayCalls;
+    return *calls;
+}
+
+void finishOneway() {
+    std::lock_guard<std::mutex> lock(onewayCalls().mutex);
+    --onewayCalls().pending;
+    onewayCalls().finished.notify_all();
+}
+
+// The process's thread for oneway calls: runs them until none is left, then ends.
+void serveOnewayCalls(std::shared_ptr<Process> process) {
+    enterProcess(process);
+    for (;;) {
+        std::function<void()> call;
+        {
+            std::lock_guard<std::mutex> lock(process->mutex);
+            if (process->onewayCalls.empty()) {
+                process->serving = false;
+                return;
+            }
+            call = std::move(process->onewayCalls.front());
+            process->onewayCalls.pop_front();
+        }
+        call();
+    }
 }
 
 }  // namespace
@@ -42,8 +84,42 @@ std::shared_ptr<Process> enterProcess(std::shared_ptr<Process> process) {
     return process;
 }
 
-OutsideProcess::OutsideProcess(const std::string& name)
-    : previous_(enterProcess(std::make_shared<Process>(Process{name}))) {}
+void sendOneway(const std::shared_ptr<Process>& owner, std::function<void()> call) {
+    {
+        std::lock_guard<std::mutex> lock(onewayCalls().mutex);
+        ++onewayCalls().pending;
+    }
+    std::function<void()> tracked = [call = std::move(call)]() mutable {
+        call();
+        call = nullptr;  // what the call holds goes before its end is announced
+        finishOneway();
+    };
+    if (owner == nullptr) {
+        serveOnThreadPool(
+                [tracked = std::move(tracked)] {
+                    tracked();
+                    return STATUS_OK;
+                },
+                true);
+        return;
+    }
+    std::lock_guard<std::mutex> lock(owner->mutex);
+    owner->onewayCalls.push_back(std::move(tracked));
+    if (owner->serving) return;
+    owner->serving = true;
+    std::thread(serveOnewayCalls, owner).detach();
+}
+
+void waitForOnewayCalls() {
+    std::unique_lock<std::mutex> lock(onewayCalls().mutex);
+    onewayCalls().finished.wait(lock, [] { return onewayCalls().pending == 0; });
+}
+
+OutsideProcess::OutsideProcess(const std::string& name) : previous_(nullptr) {
+    auto process = std::make_shared<Process>();
+    process->name = name;
+    previous_ = enterProcess(std::move(process));
+}
 
 OutsideProcess::~OutsideProcess() {
     enterProcess(std::move(previous_));

@@ -15,7 +15,7 @@
  */
 
 // The service manager: a registry of binders by instance name, shared by every process of the
-// host's model, and the declared instances that stand in for the device's service manifest.
+// host's model, and the instances that the device's VINTF manifest declares.
 
 #include <android/binder_manager.h>
 #include <android/log.h>
@@ -31,6 +31,7 @@
 #include <zenth_host/binder_host.h>
 
 #include "Process.h"
+#include "ServiceManager.h"
 
 namespace {
 
@@ -38,8 +39,12 @@ struct ServiceManager {
     std::mutex mutex;
     std::map<std::string, AIBinder*> services;  // each holds one strong reference
     std::condition_variable registered;
-    std::set<std::string> declared;
-    bool refused = false;
+    std::set<std::string> manifest;  // the device's, for the whole run
+    std::set<std::string> declared;  // a test's, until the next reset
+
+    bool isDeclared(const std::string& instance) const {
+        return manifest.count(instance) != 0 || declared.count(instance) != 0;
+    }
 };
 
 // Never destroyed: detached threads may still look services up while the process exits.
@@ -56,7 +61,10 @@ binder_exception_t AServiceManager_addService(AIBinder* binder, const char* inst
     AIBinder* replaced = nullptr;
     {
         std::lock_guard<std::mutex> lock(manager.mutex);
-        if (manager.refused) return EX_SECURITY;
+        // A binder for use between the system and the vendor image must be in the manifest.
+        if (zenth_host::hasVintfStability(binder) && !manager.isDeclared(instance)) {
+            return EX_ILLEGAL_ARGUMENT;
+        }
         AIBinder_incStrong(binder);
         AIBinder*& slot = manager.services[instance];
         replaced = slot;
@@ -93,7 +101,7 @@ bool AServiceManager_isDeclared(const char* instance) {
     if (instance == nullptr) return false;
     ServiceManager& manager = serviceManager();
     std::lock_guard<std::mutex> lock(manager.mutex);
-    return manager.declared.count(instance) != 0;
+    return manager.isDeclared(instance);
 }
 
 void AServiceManager_forEachDeclaredInstance(const char* interface, void* context,
@@ -104,7 +112,9 @@ void AServiceManager_forEachDeclaredInstance(const char* interface, void* contex
     {
         ServiceManager& manager = serviceManager();
         std::lock_guard<std::mutex> lock(manager.mutex);
-        for (const std::string& name : manager.declared) {
+        std::set<std::string> all = manager.manifest;
+        all.insert(manager.declared.begin(), manager.declared.end());
+        for (const std::string& name : all) {
             if (name.compare(0, prefix.size(), prefix) == 0) {
                 instances.push_back(name.substr(prefix.size()));
             }
@@ -115,22 +125,16 @@ void AServiceManager_forEachDeclaredInstance(const char* interface, void* contex
 
 namespace zenth_host {
 
+void declareManifestInstances(const std::vector<std::string>& instances) {
+    ServiceManager& manager = serviceManager();
+    std::lock_guard<std::mutex> lock(manager.mutex);
+    manager.manifest.insert(instances.begin(), instances.end());
+}
+
 void declareInstance(const std::string& instance) {
     ServiceManager& manager = serviceManager();
     std::lock_guard<std::mutex> lock(manager.mutex);
     manager.declared.insert(instance);
-}
-
-void undeclareInstance(const std::string& instance) {
-    ServiceManager& manager = serviceManager();
-    std::lock_guard<std::mutex> lock(manager.mutex);
-    manager.declared.erase(instance);
-}
-
-void setRegistrationRefused(bool refused) {
-    ServiceManager& manager = serviceManager();
-    std::lock_guard<std::mutex> lock(manager.mutex);
-    manager.refused = refused;
 }
 
 void resetServiceManager() {
@@ -140,7 +144,6 @@ void resetServiceManager() {
         std::lock_guard<std::mutex> lock(manager.mutex);
         services.swap(manager.services);
         manager.declared.clear();
-        manager.refused = false;
     }
     // Released outside the lock: a dying service object may use the service manager itself.
     for (auto& [name, binder] : services) AIBinder_decStrong(binder);

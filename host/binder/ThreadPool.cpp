@@ -14,9 +14,10 @@
  * limitations under the License.
  */
 
-// The daemon process's binder thread pool. The thread that joins serves incoming calls
-// until it is released; with a maximum thread count above 0 the pool also has threads of
-// its own, started at the first join, and they then take every call.
+// The daemon process's binder thread pool. A thread that joins serves incoming calls until it
+// is released. Pool threads exist only once the pool is started: one at once, then one more
+// whenever a call finds every serving thread busy, up to the maximum, as the driver asks for
+// them on a device.
 
 #include "ThreadPool.h"
 
@@ -28,9 +29,10 @@
 #include <android/log.h>
 #include <zenth_host/host_log.h>
 
-#include <atomic>
 #include <cerrno>
 #include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
 #include <deque>
 #include <memory>
 #include <mutex>
@@ -49,36 +51,25 @@ struct Job {
 };
 
 struct ThreadPool {
-    ThreadPool() { sem_init(&wake, 0, 0); }
+    ThreadPool() { sem_init(&releaseSignal, 0, 0); }
 
-    // The joined thread's: posted once per call it must take, per release and per signal.
-    sem_t wake;
-    std::atomic<bool> signalled{false};
+    sem_t releaseSignal;  // posted by the signal handler, taken by the release watcher
+    std::once_flag watcherStarted;
 
     std::mutex mutex;
-    std::condition_variable changed;
+    std::condition_variable changed;  // a call queued or served, or a release
     std::deque<std::shared_ptr<Job>> jobs;
-    bool released = false;
+    uint32_t releases = 0;
     uint32_t maxThreadCount = kDefaultMaxThreadCount;
-    uint32_t poolThreads = 0;
+    bool started = false;
+    uint32_t requestedThreads = 0;  // started on demand, beyond the first pool thread
+    uint32_t waitingThreads = 0;    // serving threads without a call
 };
 
 // Never destroyed: a signal may arrive, and pool threads wait, while the process exits.
 ThreadPool& pool() {
     static ThreadPool* threadPool = new ThreadPool;
     return *threadPool;
-}
-
-void waitForWake() {
-    while (sem_wait(&pool().wake) != 0 && errno == EINTR) {
-    }
-}
-
-// A released daemon leaves main next, and exit destroys liblog's statics (the default tag
-// among them). Taking liblog's logger lock as a writer orders every line the daemon's
-// detached threads logged so far before that destruction.
-void settleLogging() {
-    __android_log_set_logger(zenth_host::logcatLogger);
 }
 
 // Runs the oldest queued call with the lock released.
@@ -93,54 +84,73 @@ void serveNext(std::unique_lock<std::mutex>& lock) {
     pool().changed.notify_all();
 }
 
-void poolThread() {
+// Serves calls: a joined thread until it is released, a pool thread for good.
+void serve(bool joined) {
     std::unique_lock<std::mutex> lock(pool().mutex);
     for (;;) {
-        pool().changed.wait(lock, [] { return !pool().jobs.empty(); });
+        ++pool().waitingThreads;
+        pool().changed.wait(
+                lock, [&] { return !pool().jobs.empty() || (joined && pool().releases > 0); });
+        --pool().waitingThreads;
+        if (joined && pool().releases > 0) {
+            --pool().releases;
+            return;
+        }
         serveNext(lock);
     }
 }
 
-void startPoolThreads() {
-    std::lock_guard<std::mutex> lock(pool().mutex);
-    if (pool().poolThreads > 0) return;
-    pool().poolThreads = pool().maxThreadCount;
-    for (uint32_t i = 0; i < pool().poolThreads; ++i) std::thread(poolThread).detach();
+void startPoolThread() {
+    std::thread([] { serve(false); }).detach();
 }
 
-// Serves at most one call; false when the joined thread must leave the pool.
-bool serveOnce() {
-    waitForWake();
-    if (pool().signalled.exchange(false)) {
-        settleLogging();
-        return false;
+// With the lock held, after a call was queued.
+void requestThreadIfAllBusy() {
+    ThreadPool& p = pool();
+    if (p.started && p.jobs.size() > p.waitingThreads && p.requestedThreads < p.maxThreadCount) {
+        ++p.requestedThreads;
+        startPoolThread();
     }
-    std::unique_lock<std::mutex> lock(pool().mutex);
-    if (pool().released) {
-        pool().released = false;
-        return false;
+}
+
+// A released daemon leaves main next, and exit destroys liblog's statics (the default tag
+// among them). Taking liblog's logger lock as a writer orders every line the daemon's
+// detached threads logged so far before that destruction.
+void releaseOnSignal() {
+    for (;;) {
+        while (sem_wait(&pool().releaseSignal) != 0 && errno == EINTR) {
+        }
+        __android_log_set_logger(zenth_host::logcatLogger);
+        zenth_host::releaseThreadPool();
     }
-    if (pool().poolThreads == 0 && !pool().jobs.empty()) serveNext(lock);
-    return true;
 }
 
 void onReleaseSignal(int /*signo*/) {
-    pool().signalled.store(true);
-    sem_post(&pool().wake);
+    sem_post(&pool().releaseSignal);
 }
 
 }  // namespace
 
 bool ABinderProcess_setThreadPoolMaxThreadCount(uint32_t numThreads) {
     std::lock_guard<std::mutex> lock(pool().mutex);
+    if (pool().started && numThreads < pool().maxThreadCount) {
+        std::fputs("binder: the thread pool cannot be shrunk after starting\n", stderr);
+        std::abort();
+    }
     pool().maxThreadCount = numThreads;
     return true;
 }
 
+void ABinderProcess_startThreadPool() {
+    std::lock_guard<std::mutex> lock(pool().mutex);
+    if (pool().started) return;
+    pool().started = true;
+    startPoolThread();
+}
+
 void ABinderProcess_joinThreadPool() {
-    startPoolThreads();
-    while (serveOnce()) {
-    }
+    std::call_once(pool().watcherStarted, [] { std::thread(releaseOnSignal).detach(); });
+    serve(true);
 }
 
 namespace zenth_host {
@@ -150,11 +160,8 @@ binder_status_t serveOnThreadPool(std::function<binder_status_t()> transaction, 
     job->transaction = std::move(transaction);
     std::unique_lock<std::mutex> lock(pool().mutex);
     pool().jobs.push_back(job);
-    if (pool().poolThreads > 0) {
-        pool().changed.notify_all();
-    } else {
-        sem_post(&pool().wake);
-    }
+    requestThreadIfAllBusy();
+    pool().changed.notify_all();
     if (oneway) return STATUS_OK;
     pool().changed.wait(lock, [&] { return job->done; });
     return job->status;
@@ -162,8 +169,8 @@ binder_status_t serveOnThreadPool(std::function<binder_status_t()> transaction, 
 
 void releaseThreadPool() {
     std::lock_guard<std::mutex> lock(pool().mutex);
-    pool().released = true;
-    sem_post(&pool().wake);
+    ++pool().releases;
+    pool().changed.notify_all();
 }
 
 void installThreadPoolReleaseSignal() {

@@ -32,7 +32,6 @@
 
 #include <android/log.h>
 
-#include <zenth_host/FakeStats.h>
 #include <zenth_host/binder_host.h>
 #include <zenth_host/host_log.h>
 
@@ -71,9 +70,6 @@ void prepareDevice(const PhoneOptions& options) {
 void configurePlatform(const PhoneOptions& options) {
     setenv("ZENTH_DEVICE_ROOT", options.deviceFolder.c_str(), 1);
     if (options.fastSleep) setenv("ZENTH_DEVICE_FAST_SLEEP", "1", 1);
-    std::string declared = zenth_host::FakeStats::instanceName();
-    if (const char* more = std::getenv("ZENTH_HOST_DECLARED")) declared += std::string(",") + more;
-    setenv("ZENTH_HOST_DECLARED", declared.c_str(), 1);
     setenv("ZENTH_HOST_STATS", "1", 1);  // a statistics service that prints every atom
 }
 
@@ -112,6 +108,8 @@ void runSession() {
 
 void runConsole() {
     runSession();
+    // Atoms already sent are printed before the phone stops.
+    zenth_host::waitForOnewayCalls();
     // Exiting runs the platform libraries' static destructors, which must not meet a
     // detached thread of the daemon in the middle of its work.
     waitUntilThreadsParked(kSettleTimeout);

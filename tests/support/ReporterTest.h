@@ -49,8 +49,9 @@ class ReporterTest : public DeviceTest {
     // another kind than the reporters use show as "?".
     std::vector<std::string> describedAtoms() const;
 
-    // Starts a reporter and waits until its thread has ended: the delay, the probe and the
-    // whole pass are over, every descriptor closed and the service handle released.
+    // Starts a reporter and waits until its thread has ended (the delay, the probe and the
+    // whole pass are over, every descriptor closed and the service handle released) and the
+    // statistics service has handled what it was sent.
     void runReporter(const std::function<void()>& start);
 
     // Log lines of the reporters (logged without a tag) in order, each as "E message" or

@@ -57,8 +57,6 @@ __attribute__((constructor(101))) void prepareDaemon(int argc, char** argv, char
     zenth_console::seedSampleDevice(ZENTH_TEST_DEVICE_FOLDER);
     setenv("ZENTH_DEVICE_ROOT", ZENTH_TEST_DEVICE_FOLDER, 1);
     setenv("ZENTH_DEVICE_FAST_SLEEP", "1", 1);
-    // The device manifest's declaration of the service.
-    setenv("ZENTH_HOST_DECLARED", instanceName().c_str(), 1);
     gArgc = argc;
     gArgv = argv;
 }

@@ -109,7 +109,8 @@ binder_status_t writeParcelable(AParcel* parcel, const T&... fields) {
     return status;
 }
 
-// Reads the fields, then goes on after the whole parcelable as its size says.
+// Reads the fields the size covers (a later field keeps its value, as an older writer did
+// not know it), then goes on after the whole parcelable (past fields a newer writer added).
 template <typename... T>
 binder_status_t readParcelable(const AParcel* parcel, T*... fields) {
     const int32_t start = AParcel_getDataPosition(parcel);
@@ -117,7 +118,11 @@ binder_status_t readParcelable(const AParcel* parcel, T*... fields) {
     binder_status_t status = AParcel_readInt32(parcel, &size);
     if (status != STATUS_OK) return status;
     if (size < 4 || start > INT_MAX - size) return STATUS_BAD_VALUE;
-    status = readAll(parcel, fields...);
+    auto readField = [&](auto* field) {
+        if (status != STATUS_OK || AParcel_getDataPosition(parcel) - start >= size) return;
+        status = ndk::AParcel_readData(parcel, field);
+    };
+    (readField(fields), ...);
     if (status == STATUS_OK) AParcel_setDataPosition(parcel, start + size);
     return status;
 }

@@ -24,6 +24,8 @@
 
 #include <sstream>
 
+#include <android/binder_stability.h>
+
 #include "GeneratedCode.h"
 
 namespace aidl::android::frameworks::stats {
@@ -44,9 +46,9 @@ binder_status_t onTransact(AIBinder* binder, transaction_code_t code, const APar
             ::ndk::ScopedAStatus ignored = impl->reportVendorAtom(atom);
             return STATUS_OK;
         }
-        case IStats::TRANSACTION_getInterfaceVersion:
+        case FIRST_CALL_TRANSACTION + 16777214 /*getInterfaceVersion*/:
             return zenth_host::writeReply(out, impl->getInterfaceVersion(&version), version);
-        case IStats::TRANSACTION_getInterfaceHash:
+        case FIRST_CALL_TRANSACTION + 16777213 /*getInterfaceHash*/:
             return zenth_host::writeReply(out, impl->getInterfaceHash(&hash), hash);
         default:
             return STATUS_UNKNOWN_TRANSACTION;
@@ -157,7 +159,9 @@ BnStats::~BnStats() {}
 }
 
 ::ndk::SpAIBinder BnStats::createBinder() {
-    return ::ndk::SpAIBinder(AIBinder_new(statsClass(), static_cast<void*>(this)));
+    AIBinder* binder = AIBinder_new(statsClass(), static_cast<void*>(this));
+    AIBinder_markVintfStability(binder);  // a @VintfStability interface
+    return ::ndk::SpAIBinder(binder);
 }
 
 BpStats::BpStats(const ::ndk::SpAIBinder& binder) : BpCInterface(binder) {}
@@ -169,11 +173,13 @@ BpStats::~BpStats() {}
 }
 
 ::ndk::ScopedAStatus BpStats::getInterfaceVersion(int32_t* _aidl_return) {
-    return zenth_host::callRemote(asBinder(), TRANSACTION_getInterfaceVersion, _aidl_return);
+    return zenth_host::callRemote(
+            asBinder(), FIRST_CALL_TRANSACTION + 16777214 /*getInterfaceVersion*/, _aidl_return);
 }
 
 ::ndk::ScopedAStatus BpStats::getInterfaceHash(std::string* _aidl_return) {
-    return zenth_host::callRemote(asBinder(), TRANSACTION_getInterfaceHash, _aidl_return);
+    return zenth_host::callRemote(
+            asBinder(), FIRST_CALL_TRANSACTION + 16777213 /*getInterfaceHash*/, _aidl_return);
 }
 
 }  // namespace aidl::android::frameworks::stats

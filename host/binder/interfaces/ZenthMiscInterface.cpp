@@ -21,6 +21,8 @@
 #include <aidl/vendor/zenth/hardware/misc/IZenthMisc.h>
 #include <aidl/vendor/zenth/hardware/misc/ZenthMiscStatus.h>
 
+#include <android/binder_stability.h>
+
 #include "GeneratedCode.h"
 
 namespace aidl::vendor::zenth::hardware::misc {
@@ -64,9 +66,9 @@ binder_status_t onTransact(AIBinder* binder, transaction_code_t code, const APar
             if (read != STATUS_OK) return read;
             return writeReply(out, impl->saveCalibrationData(type, bytes, length, &saved), saved);
         }
-        case IZenthMisc::TRANSACTION_getInterfaceVersion:
+        case FIRST_CALL_TRANSACTION + 16777214 /*getInterfaceVersion*/:
             return writeReply(out, impl->getInterfaceVersion(&number), number);
-        case IZenthMisc::TRANSACTION_getInterfaceHash:
+        case FIRST_CALL_TRANSACTION + 16777213 /*getInterfaceHash*/:
             return writeReply(out, impl->getInterfaceHash(&text), text);
         default:
             return STATUS_UNKNOWN_TRANSACTION;
@@ -113,7 +115,9 @@ BnZenthMisc::~BnZenthMisc() {}
 }
 
 ::ndk::SpAIBinder BnZenthMisc::createBinder() {
-    return ::ndk::SpAIBinder(AIBinder_new(zenthMiscClass(), static_cast<void*>(this)));
+    AIBinder* binder = AIBinder_new(zenthMiscClass(), static_cast<void*>(this));
+    AIBinder_markVintfStability(binder);  // a @VintfStability interface
+    return ::ndk::SpAIBinder(binder);
 }
 
 BpZenthMisc::BpZenthMisc(const ::ndk::SpAIBinder& binder) : BpCInterface(binder) {}
@@ -150,11 +154,13 @@ BpZenthMisc::~BpZenthMisc() {}
 }
 
 ::ndk::ScopedAStatus BpZenthMisc::getInterfaceVersion(int32_t* _aidl_return) {
-    return callRemote(asBinder(), TRANSACTION_getInterfaceVersion, _aidl_return);
+    return callRemote(asBinder(), FIRST_CALL_TRANSACTION + 16777214 /*getInterfaceVersion*/,
+                      _aidl_return);
 }
 
 ::ndk::ScopedAStatus BpZenthMisc::getInterfaceHash(std::string* _aidl_return) {
-    return callRemote(asBinder(), TRANSACTION_getInterfaceHash, _aidl_return);
+    return callRemote(asBinder(), FIRST_CALL_TRANSACTION + 16777213 /*getInterfaceHash*/,
+                      _aidl_return);
 }
 
 }  // namespace aidl::vendor::zenth::hardware::misc

@@ -99,14 +99,11 @@ class ScopedAResource {
         return *this;
     }
 
-    T release() {
+    [[nodiscard]] T release() {
         T a = mT;
         mT = DEFAULT;
         return a;
     }
-
-    bool operator==(const ScopedAResource& rhs) const { return mT == rhs.mT; }
-    bool operator!=(const ScopedAResource& rhs) const { return mT != rhs.mT; }
 
   private:
     T mT;
@@ -120,9 +117,16 @@ class ScopedAParcel : public impl::ScopedAResource<AParcel*, AParcel_delete, nul
     ~ScopedAParcel() {}
     ScopedAParcel(ScopedAParcel&&) = default;
     ScopedAParcel& operator=(ScopedAParcel&&) = default;
+
+    bool operator==(const ScopedAParcel& rhs) const { return get() == rhs.get(); }
+    bool operator!=(const ScopedAParcel& rhs) const { return get() != rhs.get(); }
+    bool operator<(const ScopedAParcel& rhs) const { return get() < rhs.get(); }
+    bool operator<=(const ScopedAParcel& rhs) const { return get() <= rhs.get(); }
+    bool operator>(const ScopedAParcel& rhs) const { return get() > rhs.get(); }
+    bool operator>=(const ScopedAParcel& rhs) const { return get() >= rhs.get(); }
 };
 
-class [[nodiscard]] ScopedAStatus : public impl::ScopedAResource<AStatus*, AStatus_delete, nullptr> {
+class ScopedAStatus : public impl::ScopedAResource<AStatus*, AStatus_delete, nullptr> {
   public:
     explicit ScopedAStatus(AStatus* a = nullptr) : ScopedAResource(a) {}
     ~ScopedAStatus() {}

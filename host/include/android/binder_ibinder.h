@@ -36,6 +36,8 @@ typedef uint32_t binder_flags_t;
 #define FIRST_CALL_TRANSACTION 0x00000001
 #define LAST_CALL_TRANSACTION 0x00ffffff
 #define FLAG_ONEWAY 0x01
+// Asks the driver to zero the transaction's buffer once it is freed.
+#define FLAG_CLEAR_BUF 0x20
 
 struct AIBinder;
 typedef struct AIBinder AIBinder;
@@ -80,8 +82,9 @@ void* AIBinder_getUserData(AIBinder* binder);
 // token that the receiving side checks.
 binder_status_t AIBinder_prepareTransaction(AIBinder* binder, AParcel** in);
 // Takes *in (and nulls it). Runs the object's onTransact where its process serves calls and
-// hands back the reply in *out. With FLAG_ONEWAY the caller learns only whether the call
-// could be delivered, never what the object answered.
+// hands back the reply in *out. With FLAG_ONEWAY a call to another process returns as soon
+// as it is sent, and the caller never hears what the object answered. Flags other than
+// FLAG_ONEWAY, FLAG_CLEAR_BUF and FLAG_PRIVATE_VENDOR are STATUS_BAD_VALUE.
 binder_status_t AIBinder_transact(AIBinder* binder, transaction_code_t code, AParcel** in,
                                   AParcel** out, binder_flags_t flags);
 

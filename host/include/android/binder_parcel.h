@@ -47,10 +47,12 @@ binder_status_t AParcel_readInt64(const AParcel* parcel, int64_t* value);
 binder_status_t AParcel_readFloat(const AParcel* parcel, float* value);
 binder_status_t AParcel_readBool(const AParcel* parcel, bool* value);
 
-// Writes length bytes of UTF-8 as UTF-16; STATUS_BAD_VALUE, writing nothing, when they are
-// not valid UTF-8. A null string with length -1 is written as null.
+// Writes length bytes as UTF-16, sequence by sequence as their lead bytes say, without checking
+// the continuation bytes; STATUS_BAD_VALUE, writing nothing, when the end cuts the last
+// sequence off. A null string with length -1 is written as null.
 binder_status_t AParcel_writeString(AParcel* parcel, const char* string, int32_t length);
 // Gives *buffer room for length bytes (the UTF-8 text and its NUL; -1 for a null string).
+// Surrogate units that are not a high one followed by a low one are dropped.
 typedef bool (*AParcel_stringAllocator)(void* stringData, int32_t length, char** buffer);
 binder_status_t AParcel_readString(const AParcel* parcel, void* stringData,
                                    AParcel_stringAllocator allocator);

@@ -27,11 +27,13 @@
 extern "C" {
 #endif
 
-// How many threads the process may start for the pool besides the ones that join it (15
-// unless set). On a device the driver asks for them as calls come in; the host starts them
-// all at the first join, and they then take every incoming call.
+// Starts the pool: one thread now, and later, while every thread serving calls is busy, one
+// more for each call that arrives, up to the maximum.
+void ABinderProcess_startThreadPool(void);
+// How many threads a started pool may add on demand (15 unless set). It starts none itself, and
+// it cannot shrink once the pool has started.
 bool ABinderProcess_setThreadPoolMaxThreadCount(uint32_t numThreads);
-// Lends the calling thread to the pool; on a device it never returns.
+// Makes the calling thread serve incoming calls too; on a device it never returns.
 void ABinderProcess_joinThreadPool(void);
 
 #ifdef __cplusplus

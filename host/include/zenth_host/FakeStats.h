@@ -16,13 +16,11 @@
 
 /*
  * Host-only: a statistics service that records the vendor atoms it receives. Register it
- * from an OutsideProcess: on a device it lives in a process of its own.
+ * from an OutsideProcess, under a declared instance: on a device it lives in a process of its
+ * own, and the platform's manifest declares it.
  */
 #pragma once
 
-#include <chrono>
-#include <condition_variable>
-#include <cstddef>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -44,12 +42,9 @@ class FakeStats : public ::aidl::android::frameworks::stats::BnStats {
     void setPrinting(bool printing);
 
     std::vector<VendorAtom> atoms() const;
-    // Waits until at least count atoms have arrived.
-    bool waitForAtoms(size_t count, std::chrono::milliseconds timeout) const;
 
   private:
     mutable std::mutex mMutex;
-    mutable std::condition_variable mArrived;
     std::vector<VendorAtom> mAtoms;
     bool mPrinting = false;
 };

@@ -22,15 +22,17 @@
  * thread holding an OutsideProcess is a thread of another process while the guard lives. A
  * binder belongs to the process of the thread that created it; looked up from another
  * process it arrives as a proxy, and calls on it travel as transactions in parcels. The
- * daemon's process serves them on its binder thread pool; another process serves them on
- * the calling thread, which acts as a thread of that process for the call.
+ * daemon's process serves them on its binder thread pool; another process serves a two-way
+ * call on the calling thread, which acts as a thread of that process for the call, and its
+ * oneway calls in order on a thread of its own, after the caller has gone on.
  *
- * A whole daemon process, which cannot call these, is set up from its environment before
- * main instead:
- *   ZENTH_HOST_DECLARED="a,b"          declares the listed instances
- *   ZENTH_HOST_REFUSE_REGISTRATION=1   makes AServiceManager_addService refuse
- *   ZENTH_HOST_STATS=1                 runs, in a process of its own, a statistics service
- *                                      that prints each atom to stdout
+ * The device's VINTF manifest is made of the daemon's manifest fragments (the XML files in the
+ * source tree's aidl folder), as the build puts them into a device's manifest. A whole process
+ * is set up from its environment before main instead:
+ *   ZENTH_HOST_MANIFESTS="a.xml,b.xml"  the manifest's files ("" for a manifest without HALs)
+ *   ZENTH_HOST_STATS=1                  runs, in a process of its own, a statistics service
+ *                                       that prints each atom to stdout; the platform's own
+ *                                       manifest declares it
  * and SIGUSR1 releases ABinderProcess_joinThreadPool.
  */
 #pragma once
@@ -55,19 +57,18 @@ class OutsideProcess {
     std::shared_ptr<Process> previous_;
 };
 
-// The service manifest: only declared instances are reported by AServiceManager_isDeclared.
+// Declares an instance besides the device's manifest, until resetServiceManager.
 void declareInstance(const std::string& instance);
-void undeclareInstance(const std::string& instance);
 
-// While refused, AServiceManager_addService registers nothing and returns EX_SECURITY.
-void setRegistrationRefused(bool refused);
-
-// Drops every registered service (releasing the service manager's references), every
-// declaration and the refusal.
+// Drops every registered service (releasing the service manager's references) and every
+// declaration made with declareInstance.
 void resetServiceManager();
 
 // Makes one ABinderProcess_joinThreadPool return: the one in progress, or else the next one.
 void releaseThreadPool();
+
+// Waits until every oneway call sent so far, to any process, has been run to its end.
+void waitForOnewayCalls();
 
 // Status objects made and not yet deleted, in every process: a leak shows here.
 size_t liveStatusCount();

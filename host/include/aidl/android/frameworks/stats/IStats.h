@@ -38,11 +38,9 @@ class IStats : public ::ndk::ICInterface {
     virtual ~IStats();
 
     static inline const int32_t version = 1;
-    static inline const std::string hash = "b0f3e0e5c4a2d9a1f7e4c3b2a190817263544536";
+    static inline const std::string hash = "ee0b303cae7889e83a6a198c9b33781ad74ae633";
 
     static constexpr uint32_t TRANSACTION_reportVendorAtom = FIRST_CALL_TRANSACTION + 0;
-    static constexpr uint32_t TRANSACTION_getInterfaceVersion = FIRST_CALL_TRANSACTION + 16777214;
-    static constexpr uint32_t TRANSACTION_getInterfaceHash = FIRST_CALL_TRANSACTION + 16777213;
 
     // The local object for a binder of this process, a BpStats for a binder of another one;
     // null for no binder or another interface.

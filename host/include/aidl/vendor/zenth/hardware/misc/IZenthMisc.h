@@ -47,8 +47,6 @@ class IZenthMisc : public ::ndk::ICInterface {
     static constexpr uint32_t TRANSACTION_miscReadNodeFile = FIRST_CALL_TRANSACTION + 2;
     static constexpr uint32_t TRANSACTION_miscWriteNodeFile = FIRST_CALL_TRANSACTION + 3;
     static constexpr uint32_t TRANSACTION_saveCalibrationData = FIRST_CALL_TRANSACTION + 4;
-    static constexpr uint32_t TRANSACTION_getInterfaceVersion = FIRST_CALL_TRANSACTION + 16777214;
-    static constexpr uint32_t TRANSACTION_getInterfaceHash = FIRST_CALL_TRANSACTION + 16777213;
 
     // The local object for a binder of this process, a BpZenthMisc for a binder of another
     // one; null for no binder or another interface.

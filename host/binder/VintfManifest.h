@@ -1,0 +1,30 @@
+/*
+ * Copyright (C) 2026 Zenth
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
+// Reading the device's VINTF manifest.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace zenth_host {
+
+// The AIDL instances a manifest declares, as "package.IName/instance", from <fqname> and from
+// <interface> entries of its <hal format="aidl"> elements. Any other file (a compatibility
+// matrix) declares nothing.
+std::vector<std::string> aidlInstancesDeclaredIn(const std::string& xml);
+
+}  // namespace zenth_host
