@@ -14,88 +14,53 @@
  * limitations under the License.
  */
 
-// A small reader of VINTF manifests: enough XML for what the build puts into a device's
-// manifest (elements, attributes in double quotes, comments).
+// The AIDL instances of a device's VINTF manifest, read as libvintf reads it.
 
 #include "VintfManifest.h"
+
+#include <tinyxml2.h>
 
 namespace zenth_host {
 
 namespace {
 
-struct Element {
-    std::string attributes;  // the opening tag's text after the name
-    std::string content;
-};
+using tinyxml2::XMLElement;
 
-std::string withoutComments(std::string xml) {
-    for (size_t start; (start = xml.find("<!--")) != std::string::npos;) {
-        size_t end = xml.find("-->", start);
-        xml.erase(start, end == std::string::npos ? std::string::npos : end + 3 - start);
+std::string textOf(const XMLElement* element) {
+    const char* text = element != nullptr ? element->GetText() : nullptr;
+    return text != nullptr ? text : "";
+}
+
+// Every child element of parent with this name, in order.
+template <typename Visit>
+void forEachChild(const XMLElement* parent, const char* name, const Visit& visit) {
+    for (const XMLElement* child = parent->FirstChildElement(name); child != nullptr;
+         child = child->NextSiblingElement(name)) {
+        visit(child);
     }
-    return xml;
-}
-
-std::string trimmed(const std::string& text) {
-    const char* blanks = " \t\r\n";
-    size_t first = text.find_first_not_of(blanks);
-    if (first == std::string::npos) return "";
-    return text.substr(first, text.find_last_not_of(blanks) + 1 - first);
-}
-
-// Every <tag ...>...</tag> in xml, in order; they must not nest in themselves.
-std::vector<Element> elements(const std::string& xml, const std::string& tag) {
-    std::vector<Element> found;
-    const std::string close = "</" + tag + ">";
-    for (size_t at = 0; (at = xml.find("<" + tag, at)) != std::string::npos;) {
-        size_t nameEnd = at + 1 + tag.size();
-        size_t tagEnd = xml.find('>', nameEnd);
-        if (tagEnd == std::string::npos) break;
-        if (xml[nameEnd] != '>' && xml[nameEnd] != ' ' && xml[nameEnd] != '\n') {
-            at = nameEnd;  // a longer name that starts with tag
-            continue;
-        }
-        size_t end = xml.find(close, tagEnd);
-        if (end == std::string::npos) break;
-        found.push_back(
-                {xml.substr(nameEnd, tagEnd - nameEnd), xml.substr(tagEnd + 1, end - tagEnd - 1)});
-        at = end + close.size();
-    }
-    return found;
-}
-
-std::string firstText(const std::string& xml, const std::string& tag) {
-    std::vector<Element> found = elements(xml, tag);
-    return found.empty() ? "" : trimmed(found.front().content);
-}
-
-// One <hal>: its package, then "IName/instance" entries either way they can be written.
-void addHalInstances(const std::string& hal, std::vector<std::string>* instances) {
-    std::string outside = hal;
-    std::vector<std::string> names;
-    for (const Element& interface : elements(hal, "interface")) {
-        const std::string name = firstText(interface.content, "name");
-        for (const Element& instance : elements(interface.content, "instance")) {
-            names.push_back(name + "/" + trimmed(instance.content));
-        }
-        outside.erase(outside.find(interface.content), interface.content.size());
-    }
-    for (const Element& fqname : elements(outside, "fqname"))
-        names.push_back(trimmed(fqname.content));
-    const std::string package = firstText(outside, "name");
-    for (const std::string& name : names) instances->push_back(package + "." + name);
 }
 
 }  // namespace
 
 std::vector<std::string> aidlInstancesDeclaredIn(const std::string& xml) {
     std::vector<std::string> instances;
-    const std::vector<Element> manifests = elements(withoutComments(xml), "manifest");
-    if (manifests.size() != 1) return instances;
-    for (const Element& hal : elements(manifests.front().content, "hal")) {
-        if (hal.attributes.find("format=\"aidl\"") == std::string::npos) continue;
-        addHalInstances(hal.content, &instances);
-    }
+    tinyxml2::XMLDocument document(true, tinyxml2::COLLAPSE_WHITESPACE);
+    if (document.Parse(xml.c_str()) != tinyxml2::XML_SUCCESS) return instances;
+    const XMLElement* manifest = document.FirstChildElement("manifest");
+    if (manifest == nullptr) return instances;
+    forEachChild(manifest, "hal", [&](const XMLElement* hal) {
+        if (!hal->Attribute("format", "aidl")) return;
+        const std::string package = textOf(hal->FirstChildElement("name")) + ".";
+        forEachChild(hal, "fqname", [&](const XMLElement* fqname) {
+            instances.push_back(package + textOf(fqname));
+        });
+        forEachChild(hal, "interface", [&](const XMLElement* interface) {
+            const std::string name = textOf(interface->FirstChildElement("name")) + "/";
+            forEachChild(interface, "instance", [&](const XMLElement* instance) {
+                instances.push_back(package + name + textOf(instance));
+            });
+        });
+    });
     return instances;
 }
 
