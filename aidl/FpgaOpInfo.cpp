@@ -127,7 +127,7 @@ void getFpgaOpEcData(char* cb_data) {
 int writeEnableInfo(const char* path, const std::string& work) {
     // One spare byte keeps the header text terminated for the log line.
     char header[kCounterFieldSize + 1] = {};
-    int got = readInterface(path, kEnableHeaderOffset, header, kCounterFieldSize);
+    int got = readInterface(path, kEnableHeaderOffset, header, static_cast<int>(sizeof(header)) - 1);
     __android_log_print(ANDROID_LOG_DEBUG, nullptr,
                         "writeFpgaOpInfo readInterface first cb_data = %s", header);
 

@@ -64,8 +64,9 @@ void restoreMotorHallCalibration() {
 }
 
 void restoreTriStateHallCalibration() {
+    // The read takes its length from the buffer, which keeps a byte for a terminator.
     char data[kTriStateRestoreLength + 1] = {};
-    int count = readInterface(kTriStateHallDataPath, 0, data, kTriStateRestoreLength);
+    int count = readInterface(kTriStateHallDataPath, 0, data, static_cast<int>(sizeof(data)) - 1);
     if (count < 1) {
         return;
     }
@@ -76,7 +77,7 @@ void restoreTriStateHallCalibration() {
 
 void restoreMagneticCoverCalibration() {
     char data[kMagneticCoverRestoreLength + 1] = {};
-    int count = readInterface(kMagneticCoverDataPath, 0, data, kMagneticCoverRestoreLength);
+    int count = readInterface(kMagneticCoverDataPath, 0, data, static_cast<int>(sizeof(data)) - 1);
     if (count < 1) {
         __android_log_print(ANDROID_LOG_DEBUG, kMiscLogTag, "no file %s", kMagneticCoverNodePath);
         return;
