@@ -16,10 +16,17 @@
 
 #pragma once
 
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdlib>
+#include <string>
 #include <type_traits>
+#include <utility>
+#include <vector>
 
 namespace bench {
 
@@ -43,6 +50,28 @@ bool runInChild(Work work, Result* result) {
     close(pipeFds[0]);
     waitpid(child, nullptr, 0);
     return received;
+}
+
+using Environment = std::vector<std::pair<std::string, std::string>>;
+
+// Starts a program in a child process with the variables added to its environment and its
+// stdout or stderr sent to a file when one is named. The child dies with this process.
+inline pid_t startProgram(const char* program, const Environment& environment,
+                          const char* stdoutFile, const char* stderrFile) {
+    pid_t child = fork();
+    if (child != 0) return child;
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    const std::pair<const char*, int> redirects[] = {{stdoutFile, STDOUT_FILENO},
+                                                     {stderrFile, STDERR_FILENO}};
+    for (const auto& [file, target] : redirects) {
+        if (file == nullptr) continue;
+        int fd = open(file, O_WRONLY | O_CREAT | O_TRUNC, 0644);
+        if (fd < 0 || dup2(fd, target) < 0) _exit(127);
+        close(fd);
+    }
+    for (const auto& [name, value] : environment) setenv(name.c_str(), value.c_str(), 1);
+    execl(program, program, static_cast<char*>(nullptr));
+    _exit(127);
 }
 
 }  // namespace bench

@@ -17,7 +17,6 @@
 // Start-up time to registration against its floor, and the daemon's memory: its growth over many
 // calls and its resident set over that of an empty program linked the same way.
 
-#include <fcntl.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -114,15 +113,10 @@ void waitUntilQuiet(const std::string& file, const std::string& marker) {
 long settledResidentKiB(const zenth_host::SeededDevice& device, const char* program,
                         const std::string& marker) {
     const std::string log = device.hostPath("/stderr.log");
-    pid_t child = fork();
-    if (child == 0) {
-        int fd = ::open(log.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-        dup2(fd, STDERR_FILENO);
-        setenv(emulated::kRootEnvironment, device.root().c_str(), 1);
-        setenv(emulated::sleeping::kFastSleepEnvironment, "1", 1);
-        execl(program, program, static_cast<char*>(nullptr));
-        _exit(127);
-    }
+    const pid_t child = startProgram(program,
+                                     {{emulated::kRootEnvironment, device.root()},
+                                      {emulated::sleeping::kFastSleepEnvironment, "1"}},
+                                     nullptr, log.c_str());
     waitUntilQuiet(log, marker);
     long kib = residentKiB(child);
     kill(child, SIGKILL);
