@@ -64,6 +64,7 @@ int main(int argc, char** argv) {
     bench::measureMemory(figures);
     bench::measureCalls(figures, count, args.data());
     bench::measureFaultStorm(figures);
+    bench::measureLoadHeld(figures);
     printTable(figures);
     int missed = 0;
     for (const auto& figure : figures) missed += figure.target.empty() || figure.met ? 0 : 1;

@@ -35,6 +35,8 @@ void measureCalls(Figures& figures, int argc, char** argv);
 void measureFaultStorm(Figures& figures);
 void measureStartup(Figures& figures);
 void measureMemory(Figures& figures);
+// Calls and faults held over several starts of the daemon, each ended by SIGKILL.
+void measureLoadHeld(Figures& figures);
 
 std::string format(const char* fmt, double value);
 
