@@ -107,7 +107,7 @@ Placement placementOf(const std::string& devicePath, bool isDirectory) {
 }
 
 void apply(const std::string& hostPath, const std::string& devicePath, const Placement& placement) {
-    const bool kernelNode = under(devicePath, "/proc/") || under(devicePath, "/sys/");
+    const bool kernelNode = internal::isKernelNode(devicePath);
     if (placement.setsMode && !kernelNode) __real_chmod(hostPath.c_str(), placement.mode);
     internal::record(hostPath, placement.uid, placement.gid, placement.setsMode && kernelNode,
                      placement.mode);

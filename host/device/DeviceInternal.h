@@ -29,6 +29,9 @@ namespace emulated::internal {
 // Sets *hostPath and returns true when the path is mapped under the current root.
 bool mapPath(const char* devicePath, std::string* hostPath);
 
+// Nodes of procfs and sysfs (a device path): their host mode is what the driver supports.
+bool isKernelNode(const std::string& devicePath);
+
 // The kernel's permission checks on a mapped host path for the daemon's credentials; each
 // returns 0 or the errno value to fail with. Search permission on the folders on the way is
 // part of every check.

@@ -25,6 +25,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdint>
 #include <cstdio>
 #include <sstream>
 #include <string>
@@ -65,10 +66,9 @@ struct Record {
 
 // Records live in the root folder, out of the daemon's sight (no device path maps there):
 // one symbolic link per path, named after it, whose target is "inode born-seconds
-// born-nanoseconds uid gid mode|-". A link
-// holds its record without a write of file data, so no file size limit of the daemon stops
-// it, and replacing it by rename is atomic for every process on the device. A record counts
-// while the inode it names lives.
+// born-nanoseconds uid gid mode|-". A link holds its record without a write of file data, so
+// no file size limit of the daemon stops it, and replacing it by rename is atomic for every
+// process on the device. A record counts while the file it names lives.
 constexpr const char* kRecordFolder = "/.ownership";
 
 std::string recordName(const std::string& root, std::string devicePath) {
@@ -113,11 +113,6 @@ void writeRecord(const std::string& root, const std::string& devicePath, const R
 std::string devicePathOf(const std::string& root, const std::string& hostPath) {
     if (root.empty() || hostPath.compare(0, root.size(), root) != 0) return "";
     return hostPath.substr(root.size());
-}
-
-// Nodes of procfs and sysfs: their host mode says what the driver can do.
-bool isKernelNode(const std::string& devicePath) {
-    return devicePath.rfind("/proc/", 0) == 0 || devicePath.rfind("/sys/", 0) == 0;
 }
 
 // Follows symbolic links, as the calls it stands in for do.
@@ -238,6 +233,10 @@ void recordOwner(const std::string& root, const std::string& devicePath, uid_t u
 }
 
 }  // namespace
+
+bool isKernelNode(const std::string& devicePath) {
+    return devicePath.rfind("/proc/", 0) == 0 || devicePath.rfind("/sys/", 0) == 0;
+}
 
 int openDenied(const std::string& hostPath, int flags) {
     return withRecords(hostPath, [&](const std::string& root, const std::string& devicePath) {
