@@ -19,7 +19,7 @@ api=aidl_api/$name
 
 # One line per .aidl file under a folder: its path, then its tokens without comments and
 # imports, each type the folder or an import defines named in full.
-declarations() {
+declarations() (
   cd "$1"
   local files types
   files=$(find . -name aidl_api -prune -o -name '*.aidl' -print | sed 's|^\./||' | LC_ALL=C sort)
@@ -39,12 +39,12 @@ declarations() {
         { printf " %s", $0; previous = $0 }
         END { print "" }'
   done
-}
+)
 
 # The files whose declarations differ between two folders, one missing on a side included.
 differing_files() {
-  { diff <(declarations "$1") <(declarations "$2") || true; } | sed -n 's/^[<>] \([^ ]*\).*/\1/p' | sort -u |
-    paste -sd ' '
+  { diff <(declarations "$1") <(declarations "$2") || true; } |
+    sed -n 's/^[<>] \([^ ]*\).*/\1/p' | sort -u | paste -sd ' '
 }
 
 status=0
@@ -75,6 +75,7 @@ done
 
 if grep -q '^    frozen: true,$' <<<"$module"; then
   differ=$(differing_files . "$api/$last_version")
-  [ -z "$differ" ] || fail "frozen: true, but the sources differ from version $last_version in $differ"
+  [ -z "$differ" ] ||
+    fail "frozen: true, but the sources differ from version $last_version in $differ"
 fi
 exit "$status"
