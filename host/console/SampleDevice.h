@@ -25,7 +25,8 @@ namespace zenth_console {
 // True when the folder does not exist or holds nothing.
 bool deviceFolderIsEmpty(const std::string& rootFolder);
 
-// Creates the sample device under rootFolder (which stands for the device's "/").
+// Creates the sample device under rootFolder (which stands for the device's "/"), sets that
+// folder as the emulated device's root and boots it.
 void seedSampleDevice(const std::string& rootFolder);
 
 }  // namespace zenth_console

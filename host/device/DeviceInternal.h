@@ -22,17 +22,31 @@
 
 #include <string>
 
+#include "zenth_host/EmulatedDevice.h"
+
 namespace emulated::internal {
 
 // Sets *hostPath and returns true when the path is mapped under the current root.
 bool mapPath(const char* devicePath, std::string* hostPath);
 
-// Owner permission checks on a mapped host path (see EmulatedDevice.h); each returns 0
-// or the errno value to fail with.
+// Nodes of procfs and sysfs (a device path): their host mode is what the driver supports.
+bool isKernelNode(const std::string& devicePath);
+
+// The kernel's permission checks on a mapped host path for the daemon's credentials; each
+// returns 0 or the errno value to fail with. Search permission on the folders on the way is
+// part of every check.
 int openDenied(const std::string& hostPath, int flags);
 int accessDenied(const std::string& hostPath, int mode);
+int lookupDenied(const std::string& hostPath);
 int entryChangeDenied(const std::string& hostPath);
 int listingDenied(const std::string& hostPath);
+// chmod as the kernel allows it to the daemon: 0 or the errno value.
+int changeMode(const std::string& hostPath, mode_t mode);
+
+// Ownership records: the daemon made the path; or any owner, group and (kernel nodes) mode.
+void recordCreated(const std::string& hostPath);
+void record(const std::string& hostPath, uid_t uid, gid_t gid, bool setsMode, mode_t mode);
+bool attributesOfHost(const std::string& hostPath, Attributes* attributes);
 
 // The fault node: registers a descriptor opened on it; false when too many are open.
 bool adoptFaultNodeDescriptor(int fd);

@@ -16,17 +16,12 @@
 
 // The root folder that stands for the device's file system, and the path mapping into it.
 
-#include <errno.h>
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
 #include <string>
 
 #include "DeviceInternal.h"
-#include "RealCalls.h"
 #include "zenth_host/EmulatedDevice.h"
 
 namespace emulated {
@@ -99,55 +94,6 @@ bool mapPath(const char* devicePath, std::string* hostPath) {
     if (devicePath[0] != '/') *hostPath += '/';
     *hostPath += devicePath;
     return true;
-}
-
-namespace {
-
-std::string parentOf(const std::string& path) {
-    size_t slash = path.find_last_of('/');
-    if (slash == std::string::npos) return ".";
-    return slash == 0 ? "/" : path.substr(0, slash);
-}
-
-// 0 when the owner bits grant `bits`, else EACCES; a missing path is left to the call.
-int ownerLacks(const std::string& path, mode_t bits) {
-    struct stat status;
-    if (__real_stat(path.c_str(), &status) != 0) return 0;
-    return (status.st_mode & bits) == bits ? 0 : EACCES;
-}
-
-bool exists(const std::string& path) {
-    struct stat status;
-    return __real_stat(path.c_str(), &status) == 0;
-}
-
-}  // namespace
-
-int openDenied(const std::string& hostPath, int flags) {
-    if (!exists(hostPath)) {
-        return (flags & O_CREAT) != 0 ? ownerLacks(parentOf(hostPath), S_IWUSR | S_IXUSR) : 0;
-    }
-    mode_t needed = 0;
-    int access = flags & O_ACCMODE;
-    if (access == O_RDONLY || access == O_RDWR) needed |= S_IRUSR;
-    if (access == O_WRONLY || access == O_RDWR || (flags & O_TRUNC) != 0) needed |= S_IWUSR;
-    return ownerLacks(hostPath, needed);
-}
-
-int accessDenied(const std::string& hostPath, int mode) {
-    mode_t needed = 0;
-    if ((mode & R_OK) != 0) needed |= S_IRUSR;
-    if ((mode & W_OK) != 0) needed |= S_IWUSR;
-    if ((mode & X_OK) != 0) needed |= S_IXUSR;
-    return ownerLacks(hostPath, needed);
-}
-
-int entryChangeDenied(const std::string& hostPath) {
-    return ownerLacks(parentOf(hostPath), S_IWUSR | S_IXUSR);
-}
-
-int listingDenied(const std::string& hostPath) {
-    return ownerLacks(hostPath, S_IRUSR);
 }
 
 }  // namespace internal

@@ -17,6 +17,7 @@
 // The kernel log ring buffer as klogctl shows it; the host's own kernel log is never read.
 
 #include <errno.h>
+#include <linux/capability.h>
 
 #include <algorithm>
 #include <cstring>
@@ -121,6 +122,10 @@ extern "C" int __wrap_klogctl(int action, char* buf, int length) {
     std::lock_guard<std::mutex> lock(log.mutex);
     State& state = log.state;
     state.calls.push_back({action, length});
+    // Phones set dmesg_restrict: the size and the whole log are the privileged actions then.
+    const bool privileged =
+            emulated::credentials().has(CAP_SYSLOG) || emulated::credentials().has(CAP_SYS_ADMIN);
+    if ((action == kActionSize || action == kActionRead) && !privileged) return fail(-1, EPERM);
     switch (action) {
         case kActionSize:
             return state.sizeError != 0 ? fail(-1, state.sizeError) : state.bufferSize;

@@ -18,6 +18,7 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdarg>
@@ -45,12 +46,19 @@ int fail(int error) {
     return -1;
 }
 
+bool exists(const std::string& hostPath) {
+    struct stat status;
+    return __real_stat(hostPath.c_str(), &status) == 0;
+}
+
 template <typename RealOpen>
 int openMapped(const char* path, int flags, mode_t mode, RealOpen realOpen) {
     std::string mapped;
     if (!mapPath(path, &mapped)) return realOpen(path, flags, mode);
     if (int error = emulated::internal::openDenied(mapped, flags)) return fail(error);
-    int fd = realOpen(mapped.c_str(), flags, mode);
+    const bool creates = (flags & O_CREAT) != 0 && !exists(mapped);
+    int fd = realOpen(mapped.c_str(), flags, mode & ~emulated::credentials().umask);
+    if (fd >= 0 && creates) emulated::internal::recordCreated(mapped);
     if (fd >= 0 && std::strcmp(path, emulated::fault_node::kPath) == 0 &&
         !emulated::internal::adoptFaultNodeDescriptor(fd)) {
         __real_close(fd);
@@ -75,15 +83,13 @@ int fopenFlags(const char* mode) {
 }
 
 // One path argument, no descriptor: map, check, call.
-template <typename Call>
-auto withPath(const char* path, int denied(const std::string&), Call call) {
+template <typename Denied, typename Call>
+auto withPath(const char* path, Denied denied, Call call) {
     std::string mapped;
     if (!mapPath(path, &mapped)) return call(path);
-    if (denied != nullptr) {
-        if (int error = denied(mapped)) {
-            errno = error;
-            return decltype(call(path))(-1);
-        }
+    if (int error = denied(mapped)) {
+        errno = error;
+        return decltype(call(path))(-1);
     }
     return call(mapped.c_str());
 }
@@ -119,11 +125,18 @@ int __wrap___open64_2(const char* path, int flags) {
 FILE* __wrap_fopen(const char* path, const char* mode) {
     std::string mapped;
     if (!mapPath(path, &mapped)) return __real_fopen(path, mode);
-    if (int error = emulated::internal::openDenied(mapped, fopenFlags(mode))) {
+    const int flags = fopenFlags(mode);
+    if (int error = emulated::internal::openDenied(mapped, flags)) {
         errno = error;
         return nullptr;
     }
-    return __real_fopen(mapped.c_str(), mode);
+    const bool creates = (flags & O_CREAT) != 0 && !exists(mapped);
+    FILE* file = __real_fopen(mapped.c_str(), mode);
+    if (file != nullptr && creates) {
+        __real_chmod(mapped.c_str(), 0666 & ~emulated::credentials().umask);
+        emulated::internal::recordCreated(mapped);
+    }
+    return file;
 }
 
 FILE* __wrap_fopen64(const char* path, const char* mode) {
@@ -131,35 +144,49 @@ FILE* __wrap_fopen64(const char* path, const char* mode) {
 }
 
 int __wrap_access(const char* path, int mode) {
-    std::string mapped;
-    if (!mapPath(path, &mapped)) return __real_access(path, mode);
-    if (int error = emulated::internal::accessDenied(mapped, mode)) return fail(error);
-    return __real_access(mapped.c_str(), mode);
+    return withPath(
+            path,
+            [mode](const std::string& mapped) {
+                return mode == F_OK ? emulated::internal::lookupDenied(mapped)
+                                    : emulated::internal::accessDenied(mapped, mode);
+            },
+            [mode](const char* p) { return __real_access(p, mode); });
 }
 
 int __wrap_stat(const char* path, struct stat* buf) {
-    return withPath(path, nullptr, [buf](const char* p) { return __real_stat(p, buf); });
+    return withPath(path, emulated::internal::lookupDenied,
+                    [buf](const char* p) { return __real_stat(p, buf); });
 }
 
 int __wrap_stat64(const char* path, struct stat64* buf) {
-    return withPath(path, nullptr, [buf](const char* p) { return __real_stat64(p, buf); });
+    return withPath(path, emulated::internal::lookupDenied,
+                    [buf](const char* p) { return __real_stat64(p, buf); });
 }
 
 int __wrap_lstat(const char* path, struct stat* buf) {
-    return withPath(path, nullptr, [buf](const char* p) { return __real_lstat(p, buf); });
+    return withPath(path, emulated::internal::lookupDenied,
+                    [buf](const char* p) { return __real_lstat(p, buf); });
 }
 
 int __wrap_lstat64(const char* path, struct stat64* buf) {
-    return withPath(path, nullptr, [buf](const char* p) { return __real_lstat64(p, buf); });
+    return withPath(path, emulated::internal::lookupDenied,
+                    [buf](const char* p) { return __real_lstat64(p, buf); });
 }
 
 int __wrap_chmod(const char* path, mode_t mode) {
-    return withPath(path, nullptr, [mode](const char* p) { return __real_chmod(p, mode); });
+    std::string mapped;
+    if (!mapPath(path, &mapped)) return __real_chmod(path, mode);
+    int error = emulated::internal::changeMode(mapped, mode);
+    return error == 0 ? 0 : fail(error);
 }
 
 int __wrap_mkdir(const char* path, mode_t mode) {
-    return withPath(path, emulated::internal::entryChangeDenied,
-                    [mode](const char* p) { return __real_mkdir(p, mode); });
+    std::string mapped;
+    if (!mapPath(path, &mapped)) return __real_mkdir(path, mode);
+    if (int error = emulated::internal::entryChangeDenied(mapped)) return fail(error);
+    if (__real_mkdir(mapped.c_str(), mode & ~emulated::credentials().umask) != 0) return -1;
+    emulated::internal::recordCreated(mapped);
+    return 0;
 }
 
 int __wrap_remove(const char* path) {

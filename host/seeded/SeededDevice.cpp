@@ -87,10 +87,12 @@ void SeededDevice::writeFile(const std::string& devicePath, const std::string& b
     fs::path path = hostPath(devicePath);
     fs::create_directories(path.parent_path());
     std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
+    emulated::boot::place(devicePath);
 }
 
 void SeededDevice::makeDir(const std::string& devicePath) const {
     fs::create_directories(hostPath(devicePath));
+    emulated::boot::place(devicePath);
 }
 
 void SeededDevice::createReservePartition() const {
@@ -129,12 +131,15 @@ void SeededDevice::seedSample() const {
     writePartition(misc::kMotorHallRecord.emmcOffset, motorRecord());
     writePartition(kFanIdentity, "473918000001");
     writePartition(kFanRpmTable, "1000,2000,3000,4000");
-    writeFile("/mnt/vendor/persist/engineermode/tri_state_hall_data", "12;34;56");
-    writeFile("/mnt/vendor/persist/engineermode/magneticCoverCalibrationData", "abcdefgh");
     writeFile("/sys/class/motor/hall_calibration", "");
     writeFile("/sys/class/leds/fan/rpm_table", "");
     writeFile(emulated::fault_node::kPath, "");
     makeDir("/mnt/vendor/zenthreserve");
+    makeDir("/mnt/vendor/persist");
+    emulated::boot::run();
+    // Calibration an earlier session of the daemon saved.
+    writeFile("/mnt/vendor/persist/engineermode/tri_state_hall_data", "12;34;56");
+    writeFile("/mnt/vendor/persist/engineermode/magneticCoverCalibrationData", "abcdefgh");
 }
 
 void useLogger(Logger logger) {

@@ -131,14 +131,26 @@ std::string DeviceTest::hostPath(const std::string& devicePath) const {
     return root_ + "/unmapped" + devicePath;
 }
 
+void DeviceTest::create(const std::string& devicePath, const std::function<void()>& make) const {
+    std::vector<std::string> made;
+    for (fs::path path = devicePath; emulated::isMapped(path.string()) && !exists(path.string());
+         path = path.parent_path()) {
+        made.insert(made.begin(), path.string());
+    }
+    make();
+    for (const std::string& path : made) emulated::boot::place(path);
+}
+
 void DeviceTest::writeFile(const std::string& devicePath, const std::string& bytes,
                            mode_t mode) const {
     fs::path path = hostPath(devicePath);
-    fs::create_directories(path.parent_path());
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    out.close();
-    ASSERT_TRUE(out) << "cannot write " << path;
+    create(devicePath, [&] {
+        fs::create_directories(path.parent_path());
+        std::ofstream out(path, std::ios::binary | std::ios::trunc);
+        out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+        out.close();
+        ASSERT_TRUE(out) << "cannot write " << path;
+    });
     fs::permissions(path, static_cast<fs::perms>(mode));
 }
 
@@ -159,7 +171,7 @@ mode_t DeviceTest::modeOf(const std::string& devicePath) const {
 
 void DeviceTest::makeDir(const std::string& devicePath, mode_t mode) const {
     fs::path path = hostPath(devicePath);
-    fs::create_directories(path);
+    create(devicePath, [&] { fs::create_directories(path); });
     fs::permissions(path, static_cast<fs::perms>(mode));
 }
 
@@ -179,9 +191,11 @@ void DeviceTest::makeUfsStorage() const {
 
 void DeviceTest::createReservePartition() {
     fs::path path = hostPath(kReservePartition);
-    fs::create_directories(path.parent_path());
-    { std::ofstream create(path, std::ios::binary | std::ios::trunc); }
-    fs::resize_file(path, static_cast<uintmax_t>(kReservePartitionSize));  // sparse zeros
+    create(kReservePartition, [&] {
+        fs::create_directories(path.parent_path());
+        { std::ofstream create(path, std::ios::binary | std::ios::trunc); }
+        fs::resize_file(path, static_cast<uintmax_t>(kReservePartitionSize));  // sparse zeros
+    });
     snapshotPartition();
 }
 

@@ -75,17 +75,20 @@ class DeviceTest : public ::testing::Test {
     // Where a device path lives on the host. A path the device does not map, such as
     // "/data/x", fails the test and resolves to a place inside the root folder.
     std::string hostPath(const std::string& devicePath) const;
+    // Files and folders a test makes stand for what the device has: each gets the owner and
+    // group boot gives it (emulated::boot::place), then the mode asked for. Under "/proc/" and
+    // "/sys/" that mode is what the driver supports (0444: the node cannot be written).
     // Creates missing parent directories (0755) and sets the file's mode.
     void writeFile(const std::string& devicePath, const std::string& bytes,
                    mode_t mode = 0644) const;
     std::string readFile(const std::string& devicePath) const;
     bool exists(const std::string& devicePath) const;
-    // Permission bits (07777) of the file or directory.
+    // Permission bits (07777) of the host file or directory.
     mode_t modeOf(const std::string& devicePath) const;
     // Creates the directory and its missing parents.
     void makeDir(const std::string& devicePath, mode_t mode = 0755) const;
-    // Files become 0444, directories 0555; the daemon (unprivileged on a device) can then
-    // neither write them nor create or remove entries in them.
+    // Files become 0444, directories 0555: the daemon can then neither write them nor create
+    // or remove entries in them.
     void makeReadOnly(const std::string& devicePath) const;
     // An empty "/proc/fpga/errinfoto_op": the fault node exists.
     void createFaultNode() const;
@@ -122,6 +125,8 @@ class DeviceTest : public ::testing::Test {
     static std::string defaultTag();
 
   private:
+    // Creates what make() makes at devicePath, then places it and every folder it made.
+    void create(const std::string& devicePath, const std::function<void()>& make) const;
     // Takes the current image as the baseline.
     void snapshotPartition();
     // Descriptors open in this process now.

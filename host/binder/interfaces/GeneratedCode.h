@@ -22,6 +22,8 @@
 #include <climits>
 #include <cstring>
 #include <memory>
+#include <mutex>
+#include <string>
 #include <type_traits>
 
 #include <android/binder_interface_utils.h>
@@ -83,6 +85,30 @@ ndk::ScopedAStatus callRemote(const ndk::SpAIBinder& binder, transaction_code_t 
         if (ret == STATUS_OK) ret = ndk::AParcel_readData(out.get(), result);
     }
     status.set(AStatus_fromStatus(ret));
+    return status;
+}
+
+// A proxy's kept version and hash hold these until the remote has answered.
+inline bool answered(int32_t version) {
+    return version != -1;
+}
+inline bool answered(const std::string& hash) {
+    return hash != "-1";
+}
+
+// A proxy's getInterfaceVersion or getInterfaceHash: the remote is asked until it has answered
+// once; later calls take the kept answer and send nothing. The generated proxy locks only the
+// hash; the version shares that lock here so that concurrent callers do not race on it.
+template <typename Result>
+ndk::ScopedAStatus callRemoteOnce(const ndk::SpAIBinder& binder, transaction_code_t code,
+                                  std::mutex& mutex, Result* kept, Result* result) {
+    std::lock_guard<std::mutex> lock(mutex);
+    if (answered(*kept)) {
+        *result = *kept;
+        return ndk::ScopedAStatus::ok();
+    }
+    ndk::ScopedAStatus status = callRemote(binder, code, result);
+    if (status.isOk()) *kept = *result;
     return status;
 }
 

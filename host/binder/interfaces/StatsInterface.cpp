@@ -173,13 +173,15 @@ BpStats::~BpStats() {}
 }
 
 ::ndk::ScopedAStatus BpStats::getInterfaceVersion(int32_t* _aidl_return) {
-    return zenth_host::callRemote(
-            asBinder(), FIRST_CALL_TRANSACTION + 16777214 /*getInterfaceVersion*/, _aidl_return);
+    return zenth_host::callRemoteOnce(asBinder(),
+                                      FIRST_CALL_TRANSACTION + 16777214 /*getInterfaceVersion*/,
+                                      _aidl_cached_hash_mutex, &_aidl_cached_version, _aidl_return);
 }
 
 ::ndk::ScopedAStatus BpStats::getInterfaceHash(std::string* _aidl_return) {
-    return zenth_host::callRemote(
-            asBinder(), FIRST_CALL_TRANSACTION + 16777213 /*getInterfaceHash*/, _aidl_return);
+    return zenth_host::callRemoteOnce(asBinder(),
+                                      FIRST_CALL_TRANSACTION + 16777213 /*getInterfaceHash*/,
+                                      _aidl_cached_hash_mutex, &_aidl_cached_hash, _aidl_return);
 }
 
 }  // namespace aidl::android::frameworks::stats

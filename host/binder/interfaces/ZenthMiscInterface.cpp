@@ -28,6 +28,7 @@
 namespace aidl::vendor::zenth::hardware::misc {
 
 using zenth_host::callRemote;
+using zenth_host::callRemoteOnce;
 using zenth_host::readAll;
 using zenth_host::writeReply;
 
@@ -154,13 +155,13 @@ BpZenthMisc::~BpZenthMisc() {}
 }
 
 ::ndk::ScopedAStatus BpZenthMisc::getInterfaceVersion(int32_t* _aidl_return) {
-    return callRemote(asBinder(), FIRST_CALL_TRANSACTION + 16777214 /*getInterfaceVersion*/,
-                      _aidl_return);
+    return callRemoteOnce(asBinder(), FIRST_CALL_TRANSACTION + 16777214 /*getInterfaceVersion*/,
+                          _aidl_cached_hash_mutex, &_aidl_cached_version, _aidl_return);
 }
 
 ::ndk::ScopedAStatus BpZenthMisc::getInterfaceHash(std::string* _aidl_return) {
-    return callRemote(asBinder(), FIRST_CALL_TRANSACTION + 16777213 /*getInterfaceHash*/,
-                      _aidl_return);
+    return callRemoteOnce(asBinder(), FIRST_CALL_TRANSACTION + 16777213 /*getInterfaceHash*/,
+                          _aidl_cached_hash_mutex, &_aidl_cached_hash, _aidl_return);
 }
 
 }  // namespace aidl::vendor::zenth::hardware::misc

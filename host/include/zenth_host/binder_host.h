@@ -73,4 +73,7 @@ void waitForOnewayCalls();
 // Status objects made and not yet deleted, in every process: a leak shows here.
 size_t liveStatusCount();
 
+// Transactions sent so far, in every process.
+size_t transactionsSent();
+
 }  // namespace zenth_host

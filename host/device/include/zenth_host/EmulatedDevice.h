@@ -25,6 +25,7 @@
 // DeviceTest fixture, which gives each test a fresh root and resets everything else.
 
 #include <poll.h>
+#include <sys/types.h>
 
 #include <cerrno>
 #include <chrono>
@@ -42,9 +43,8 @@ namespace emulated {
 // root, which stands for the daemon's working directory "/" on a device. Any other path is
 // used unchanged. Without a root nothing is mapped.
 //
-// The daemon runs unprivileged on a device, so mapped paths also get owner permission
-// checks from the mode bits (read-only files cannot be opened for writing, nothing can be
-// created in a read-only directory) even when the host process runs as root.
+// Mapped paths get the permission checks the phone's kernel makes for the daemon's
+// credentials (see "Owners, modes and credentials" below), even when the host runs as root.
 //
 // C++ streams and std::filesystem bypass the emulation (their calls come from inside the
 // shared C++ library); product code must use the C library calls.
@@ -69,6 +69,65 @@ std::vector<std::string> syncedFiles();
 // state. The root is left as it is. The fault node should not be open then
 // (fault_node::openDescriptors()).
 void reset();
+
+// ---- Owners, modes and credentials -------------------------------------------------------
+//
+// Every mapped path has an owner, a group and a mode. Owners and groups are recorded in the
+// root folder (".ownership"), so that every process on the device sees them: those boot gives
+// (below) and those of the files and folders the daemon creates (its user and group). A path
+// without a record is root's. The mode is the host file's, except under "/proc/" and "/sys/":
+// there the host file's mode is what the driver supports (without the owner's write bit the
+// node cannot be stored to, and opening it for writing fails with EACCES whatever its mode),
+// and the mode that ueventd or init gives the node is recorded beside its owner.
+//
+// Checks are the kernel's for a process without CAP_DAC_OVERRIDE: search permission on every
+// folder on the way, then the bits of the owner, the group or the others, whichever class
+// the process falls in first. What the daemon creates gets its umask.
+
+struct Credentials {
+    uid_t uid = 0;
+    gid_t gid = 0;
+    std::vector<gid_t> groups;  // supplementary
+    uint64_t capabilities = 0;  // bit n: capability n of <linux/capability.h>
+    mode_t umask = 0;
+
+    bool has(int capability) const { return ((capabilities >> capability) & 1U) != 0; }
+};
+
+// The daemon's credentials as init gives them: the user, groups and capabilities of the
+// service in the init files, and umask 077. Every process on the emulated device runs with
+// them; a test that calls product functions directly does too.
+const Credentials& credentials();
+
+// Environment variable: the init and ueventd files to boot from, separated by commas (a file
+// whose name starts with "ueventd" is read as a ueventd file). Unset: the shipped files in
+// aidl/ and the emulated board's init file (host/device/board).
+inline constexpr const char* kInitFilesEnvironment = "ZENTH_DEVICE_INIT_FILES";
+
+struct Attributes {
+    uid_t uid = 0;
+    gid_t gid = 0;
+    mode_t mode = 0;  // permission bits (07777)
+};
+
+// What the permission checks see for an existing mapped path; false when there is none.
+bool attributesOf(const std::string& devicePath, Attributes* attributes);
+
+// The device as the phone's kernel, ueventd and init leave it before the service starts:
+// device nodes get their ueventd line or root:root 0600, sysfs attributes their ueventd
+// line, the drivers' procfs nodes user and group system (the board's drivers create them
+// so), and init's mkdir, chown and chmod actions run in the order of their triggers.
+namespace boot {
+
+// Boots the whole device under the current root. A binary started with ZENTH_DEVICE_ROOT set
+// does it before main and then sets umask 077, as init starts the service.
+void run();
+// Gives one path what boot gives it, for a path made after boot. A file boot gives nothing
+// that lies in a folder of the daemon's user stands for one the daemon made: it gets the
+// daemon's user and group.
+void place(const std::string& devicePath);
+
+}  // namespace boot
 
 // ---- FPGA fault node ---------------------------------------------------------------------
 //
@@ -119,7 +178,8 @@ bool waitUntilClosed(std::chrono::milliseconds timeout);
 //
 // Action 10 reports the buffer size; action 3 copies the content (its newest `length`
 // bytes when it is longer) and returns the number of bytes copied. Other actions fail with
-// EINVAL. The real kernel log is never touched.
+// EINVAL. As on a phone (dmesg_restrict set), actions 3 and 10 fail with EPERM for a process
+// without CAP_SYSLOG. The real kernel log is never touched.
 namespace kernel_log {
 
 inline constexpr int kDefaultBufferSize = 128 * 1024;

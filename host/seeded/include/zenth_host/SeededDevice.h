@@ -38,6 +38,7 @@ class SeededDevice {
 
     const std::string& root() const { return root_; }
     std::string hostPath(const std::string& devicePath) const;
+    // Each gets the owner and group boot gives it (emulated::boot::place).
     void writeFile(const std::string& devicePath, const std::string& bytes) const;
     void makeDir(const std::string& devicePath) const;
     // A zero-filled 6 MiB reserve partition image.
@@ -46,7 +47,7 @@ class SeededDevice {
     std::string readPartition(off_t offset, size_t length) const;
     // Every node of the table as a small file (the directory row as a directory), the reserve
     // partition with its FPGA keys, calibration data, the fan identity, the fault node and the
-    // fault log parent: every start-up step has work to do.
+    // fault log parent, booted: every start-up step has work to do.
     void seedSample() const;
 
   private:

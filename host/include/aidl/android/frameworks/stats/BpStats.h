@@ -21,6 +21,7 @@
 #pragma once
 
 #include <cstdint>
+#include <mutex>
 #include <string>
 
 #include <aidl/android/frameworks/stats/IStats.h>
@@ -40,6 +41,9 @@ class BpStats : public ::ndk::BpCInterface<IStats> {
             const ::aidl::android::frameworks::stats::VendorAtom& in_vendorAtom) override;
     ::ndk::ScopedAStatus getInterfaceVersion(int32_t* _aidl_return) override;
     ::ndk::ScopedAStatus getInterfaceHash(std::string* _aidl_return) override;
+    int32_t _aidl_cached_version = -1;
+    std::string _aidl_cached_hash = "-1";
+    std::mutex _aidl_cached_hash_mutex;
 };
 
 }  // namespace stats

@@ -21,6 +21,7 @@
 #pragma once
 
 #include <cstdint>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -52,6 +53,9 @@ class BpZenthMisc : public ::ndk::BpCInterface<IZenthMisc> {
                                              int32_t in_length, bool* _aidl_return) override;
     ::ndk::ScopedAStatus getInterfaceVersion(int32_t* _aidl_return) override;
     ::ndk::ScopedAStatus getInterfaceHash(std::string* _aidl_return) override;
+    int32_t _aidl_cached_version = -1;
+    std::string _aidl_cached_hash = "-1";
+    std::mutex _aidl_cached_hash_mutex;
 };
 
 }  // namespace misc

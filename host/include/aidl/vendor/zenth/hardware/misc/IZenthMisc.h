@@ -40,7 +40,7 @@ class IZenthMisc : public ::ndk::ICInterface {
     virtual ~IZenthMisc();
 
     static inline const int32_t version = 1;
-    static inline const std::string hash = "c5cba9d7b83e6efb3dd76a0aec5324a79b161af8";
+    static inline const std::string hash = "db98348f19ba5d68fd747598945d698054d18a1c";
 
     static constexpr uint32_t TRANSACTION_initialize = FIRST_CALL_TRANSACTION + 0;
     static constexpr uint32_t TRANSACTION_isMiscNodeSupport = FIRST_CALL_TRANSACTION + 1;

@@ -12,16 +12,17 @@
  * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
  * See the License for the specific language governing permissions and
  * limitations under the License.
- *////////////////////////////////////////////////////////////////////////////////
+ */
+///////////////////////////////////////////////////////////////////////////////
 // THIS FILE IS IMMUTABLE. DO NOT EDIT IN ANY CASE.                          //
 ///////////////////////////////////////////////////////////////////////////////
 
 // This file is a snapshot of an AIDL file. Do not edit it manually. There are
 // two cases:
 // 1). this is a frozen version file - do not edit this in any case.
-// 2). this is a 'current' version file - it's just a copy of the 'current'
-//     version of the interface. Please edit the 'current' version and try
-//     again.
+// 2). this is a 'current' file. If you make a backwards compatible change to
+//     the interface (from the latest frozen version), the build system will
+//     prompt you to update this file with `m <name>-update-api`.
 //
 // You must not make a backward incompatible change to any AIDL file built
 // with the aidl_interface module type with versions property set. The module
