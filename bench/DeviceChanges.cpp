@@ -128,7 +128,9 @@ DeviceState deviceState(const zenth_host::SeededDevice& device) {
     for (auto it = fs::recursive_directory_iterator(root); it != fs::recursive_directory_iterator();
          ++it) {
         const std::string path = "/" + fs::relative(it->path(), root).string();
-        if (path == misc::kReservePartitionPath || path == misc::kFpgaLogDir) {
+        // The emulation's own records ("/.ownership") are no part of the device.
+        if (path == misc::kReservePartitionPath || path == misc::kFpgaLogDir ||
+            path.rfind("/.", 0) == 0) {
             it.disable_recursion_pending();
             continue;
         }

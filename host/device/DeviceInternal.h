@@ -47,6 +47,8 @@ int changeMode(const std::string& hostPath, mode_t mode);
 void recordCreated(const std::string& hostPath);
 void record(const std::string& hostPath, uid_t uid, gid_t gid, bool setsMode, mode_t mode);
 bool attributesOfHost(const std::string& hostPath, Attributes* attributes);
+// The daemon removed the path: its record goes with it.
+void forget(const std::string& hostPath);
 
 // The fault node: registers a descriptor opened on it; false when too many are open.
 bool adoptFaultNodeDescriptor(int fd);

@@ -310,6 +310,12 @@ void record(const std::string& hostPath, uid_t uid, gid_t gid, bool setsMode, mo
     if (!devicePath.empty()) recordOwner(currentRoot, devicePath, uid, gid, setsMode, mode);
 }
 
+void forget(const std::string& hostPath) {
+    const std::string currentRoot = root();
+    const std::string devicePath = devicePathOf(currentRoot, hostPath);
+    if (!devicePath.empty()) unlink(recordName(currentRoot, devicePath).c_str());
+}
+
 bool attributesOfHost(const std::string& hostPath, Attributes* attributes) {
     const std::string currentRoot = root();
     const std::string devicePath = devicePathOf(currentRoot, hostPath);

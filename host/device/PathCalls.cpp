@@ -94,6 +94,16 @@ auto withPath(const char* path, Denied denied, Call call) {
     return call(mapped.c_str());
 }
 
+template <typename Remove>
+int removeMapped(const char* path, Remove realRemove) {
+    std::string mapped;
+    if (!mapPath(path, &mapped)) return realRemove(path);
+    if (int error = emulated::internal::entryChangeDenied(mapped)) return fail(error);
+    if (realRemove(mapped.c_str()) != 0) return -1;
+    emulated::internal::forget(mapped);
+    return 0;
+}
+
 }  // namespace
 
 extern "C" {
@@ -190,15 +200,15 @@ int __wrap_mkdir(const char* path, mode_t mode) {
 }
 
 int __wrap_remove(const char* path) {
-    return withPath(path, emulated::internal::entryChangeDenied, __real_remove);
+    return removeMapped(path, __real_remove);
 }
 
 int __wrap_unlink(const char* path) {
-    return withPath(path, emulated::internal::entryChangeDenied, __real_unlink);
+    return removeMapped(path, __real_unlink);
 }
 
 int __wrap_rmdir(const char* path) {
-    return withPath(path, emulated::internal::entryChangeDenied, __real_rmdir);
+    return removeMapped(path, __real_rmdir);
 }
 
 DIR* __wrap_opendir(const char* path) {

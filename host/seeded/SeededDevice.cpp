@@ -118,8 +118,10 @@ std::string SeededDevice::readPartition(off_t offset, size_t length) const {
 }
 
 void SeededDevice::seedSample() const {
+    constexpr const char* kPersist = "/mnt/vendor/persist/";
     for (const auto& row : gMiscNodeTable) {
         if (std::strcmp(row.path, kReservePartitionPath) == 0) continue;
+        if (std::strncmp(row.path, kPersist, std::strlen(kPersist)) == 0) continue;  // below
         if (row.nodeFlag == 82) {
             makeDir(row.path);
         } else {
@@ -137,7 +139,8 @@ void SeededDevice::seedSample() const {
     makeDir("/mnt/vendor/zenthreserve");
     makeDir("/mnt/vendor/persist");
     emulated::boot::run();
-    // Calibration an earlier session of the daemon saved.
+    // Calibration an earlier session of the daemon saved, and its flag (a row of the table).
+    writeFile("/mnt/vendor/persist/engineermode/tri_state_hall_calib_flag", "1\n");
     writeFile("/mnt/vendor/persist/engineermode/tri_state_hall_data", "12;34;56");
     writeFile("/mnt/vendor/persist/engineermode/magneticCoverCalibrationData", "abcdefgh");
 }
