@@ -33,6 +33,7 @@
 #include "MiscNodeTable.h"
 #include "ReservePartition.h"
 #include "support/DeviceTest.h"
+#include "support/PhoneRun.h"
 #include "zenth_host/EmulatedDevice.h"
 
 namespace {
@@ -43,41 +44,17 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::Not;
 using ::testing::StartsWith;
+using zenth_test::PhoneRun;
+using zenth_test::runPhone;
+using zenth_test::slurp;
 
 constexpr const char* kLogDir = "/mnt/vendor/zenthreserve/fpga_save_log";
 
-struct PhoneRun {
-    int status = -1;
-    std::vector<std::string> lines;  // stdout, without the statistics service's atom lines
-    std::string log;                 // stderr
-};
-
-std::string slurp(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream bytes;
-    bytes << in.rdbuf();
-    return bytes.str();
-}
-
 class ConsoleTest : public DeviceTest {
   protected:
-    // Starts the phone on this test's device folder with the script on stdin and waits
-    // for it to end; `environment` is prefixed to the command ("NAME=value ").
+    // The phone on this test's device folder.
     PhoneRun run(const std::string& script, const std::string& environment = "") {
-        const std::string base = rootFolder() + ".run";
-        std::ofstream(base + ".in") << script;
-        const std::string command = environment + ZENTH_PHONE_BINARY + " --device " + rootFolder() +
-                                    " <" + base + ".in >" + base + ".out 2>" + base + ".err";
-        PhoneRun result;
-        int raw = std::system(command.c_str());
-        result.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-        std::istringstream out(slurp(base + ".out"));
-        for (std::string line; std::getline(out, line);) {
-            if (line.rfind("VendorAtom", 0) != 0) result.lines.push_back(line);
-        }
-        result.log = slurp(base + ".err");
-        for (const char* suffix : {".in", ".out", ".err"}) std::remove((base + suffix).c_str());
-        return result;
+        return runPhone(rootFolder(), script, "", environment);
     }
 };
 
@@ -211,7 +188,7 @@ TEST_F(ConsoleTest, StartsTheDaemonFromTheShippedInitFiles) {
                 files += (files.empty() ? "" : ",") + copy.string();
             }
         }
-        PhoneRun phone = run(script, "ZENTH_DEVICE_INIT_FILES=" + files + " ");
+        PhoneRun phone = run(script, "ZENTH_DEVICE_INIT_FILES=" + files);
         EXPECT_EQ(phone.lines, expected) << phone.log;
         EXPECT_THAT(phone.log, HasSubstr(c.logged));
         EXPECT_THAT(phone.log, Not(HasSubstr("init: ")));  // init read every line

@@ -25,7 +25,9 @@
 
 #include "ConsoleText.h"
 #include "FaultEvents.h"
+#include "ProcessThreads.h"
 #include "ReserveRegions.h"
+#include "zenth_host/EmulatedDevice.h"
 
 namespace zenth_console {
 
@@ -34,6 +36,7 @@ using std::chrono::milliseconds;
 namespace {
 
 constexpr milliseconds kLookupInterval{10};
+constexpr milliseconds kSettleTimeout{10000};
 constexpr const char* kPrompt = "zenth> ";
 
 struct CalibrationType {
@@ -101,6 +104,10 @@ const std::vector<Console::Command>& Console::commands() {
              &Console::fault},
             {"faultlogs", "", "list the saved fault logs", 0, 0, &Console::faultLogs},
             {"regions", "", "print the reserve partition's records", 0, 0, &Console::regions},
+            {"cut", "count | process <point> | power <point>",
+             "once the daemon is idle, count its write points from now on, or end the process "
+             "right after one as a crash or a power cut would",
+             1, 2, &Console::cut},
             {"help", "", "show this list", 0, 0, &Console::help},
             {"quit", "", "stop the daemon (also: exit, end of input)", 0, 0, nullptr},
     };
@@ -226,6 +233,18 @@ void Console::fault(const std::string&, const Words& args) {
     char handled[48];
     std::snprintf(handled, sizeof(handled), "fault 0x%" PRIx64 " handled", value);
     out_ << handled << '\n';
+}
+
+void Console::cut(const std::string&, const Words& args) {
+    emulated::crash::Model model;
+    unsigned point = 0;
+    if (!emulated::crash::parse(args.size() == 2 ? args[0] + ":" + args[1] : args[0], &model,
+                                &point)) {
+        return error("usage: cut count | process <point> | power <point>");
+    }
+    if (!waitUntilThreadsParked(kSettleTimeout)) return error("the daemon did not become idle");
+    emulated::crash::arm(model, point);
+    out_ << "armed\n";
 }
 
 void Console::faultLogs(const std::string&, const Words&) {

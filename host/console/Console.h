@@ -57,6 +57,7 @@ class Console {
     void fault(const std::string& line, const Words& args);
     void faultLogs(const std::string& line, const Words& args);
     void regions(const std::string& line, const Words& args);
+    void cut(const std::string& line, const Words& args);
     void help(const std::string& line, const Words& args);
 
     bool nodeArguments(const Words& args, int32_t* deviceId, int32_t* nodeFlag);

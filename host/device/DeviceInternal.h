@@ -20,6 +20,7 @@
 
 #include <sys/types.h>
 
+#include <mutex>
 #include <string>
 
 #include "zenth_host/EmulatedDevice.h"
@@ -49,6 +50,37 @@ void record(const std::string& hostPath, uid_t uid, gid_t gid, bool setsMode, mo
 bool attributesOfHost(const std::string& hostPath, Attributes* attributes);
 // The daemon removed the path: its record goes with it.
 void forget(const std::string& hostPath);
+
+// ---- Crash models: the write-side calls on mapped paths ----
+
+enum class WriteEffect {
+    Data,      // file data that storage keeps only once synced
+    Sync,      // the file's data is now on storage
+    Truncate,  // created or truncated: until synced it may come back empty
+    Entry,     // a folder entry made or removed: kept at once
+};
+
+bool crashModelArmed();
+// Held around each write-side call while armed.
+std::unique_lock<std::mutex> writeSideLock();
+// With the lock held: before the call, then after it (counts it; cuts at the armed point).
+void beforeWriteSide(const std::string& hostPath);
+void afterWriteSide(const std::string& call, const std::string& hostPath, WriteEffect effect);
+// Descriptors opened on mapped paths while armed, and their host paths (lock held).
+void trackDescriptor(int fd, const std::string& hostPath);
+bool trackedPath(int fd, std::string* hostPath);
+void untrackDescriptor(int fd);
+
+// Runs a write-side call on a mapped path, counted while a crash model is armed.
+template <typename Call>
+auto writeSide(const std::string& name, const std::string& hostPath, WriteEffect effect, Call call) {
+    if (!crashModelArmed()) return call();
+    auto lock = writeSideLock();
+    beforeWriteSide(hostPath);
+    auto result = call();
+    afterWriteSide(name, hostPath, effect);
+    return result;
+}
 
 // The fault node: registers a descriptor opened on it; false when too many are open.
 bool adoptFaultNodeDescriptor(int fd);

@@ -342,6 +342,7 @@ ssize_t __wrap___read_chk(int fd, void* buf, size_t count, size_t buflen) {
 }
 
 int __wrap_close(int fd) {
+    emulated::internal::untrackDescriptor(fd);
     if (isNodeDescriptor(fd)) {
         Node& n = emulated::fault_node::node();
         std::lock_guard<std::mutex> lock(n.mutex);

@@ -71,6 +71,7 @@ void resetSyncs() {
 }  // namespace emulated
 
 extern "C" int __wrap_fsync(int fd) {
+    using namespace emulated::internal;
     std::string file = emulated::fileOf(fd);
     {
         emulated::Syncs& s = emulated::syncs();
@@ -78,5 +79,12 @@ extern "C" int __wrap_fsync(int fd) {
         s.files.push_back(file);
         if (s.files.size() > emulated::kMaxRecordedSyncs) s.files.pop_front();
     }
-    return __real_fsync(fd);
+    if (!crashModelArmed()) return __real_fsync(fd);
+    auto lock = writeSideLock();
+    std::string tracked;
+    if (!trackedPath(fd, &tracked)) return __real_fsync(fd);
+    beforeWriteSide(tracked);
+    const int result = __real_fsync(fd);
+    afterWriteSide("fsync", tracked, WriteEffect::Sync);
+    return result;
 }

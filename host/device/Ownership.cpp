@@ -27,6 +27,7 @@
 #include <atomic>
 #include <cstdint>
 #include <cstdio>
+#include <filesystem>
 #include <sstream>
 #include <string>
 
@@ -324,6 +325,32 @@ bool attributesOfHost(const std::string& hostPath, Attributes* attributes) {
 }
 
 }  // namespace internal
+
+void copyDevice(const std::string& fromRoot, const std::string& toRoot) {
+    namespace fs = std::filesystem;
+    using namespace internal;
+    const fs::path records = fromRoot + kRecordFolder;
+    fs::create_directories(toRoot);
+    for (const auto& entry : fs::directory_iterator(fromRoot)) {
+        if (entry.path() == records) continue;
+        fs::copy(entry.path(), toRoot / entry.path().filename(),
+                 fs::copy_options::recursive | fs::copy_options::copy_symlinks);
+    }
+    std::error_code none;
+    for (const auto& link : fs::directory_iterator(records, none)) {
+        std::string devicePath = link.path().filename().string();
+        std::replace(devicePath.begin(), devicePath.end(), '%', '/');
+        Record record;
+        struct statx status;
+        Identity from, to;
+        if (readRecord(fromRoot, devicePath, &record) &&
+            statusOf(fromRoot + devicePath, &status, &from) && record.file == from &&
+            statusOf(toRoot + devicePath, &status, &to)) {
+            record.file = to;
+            writeRecord(toRoot, devicePath, record);
+        }
+    }
+}
 
 const Credentials& credentials() {
     return internal::initFiles().service;

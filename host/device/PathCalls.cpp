@@ -52,13 +52,39 @@ bool exists(const std::string& hostPath) {
 }
 
 template <typename RealOpen>
-int openMapped(const char* path, int flags, mode_t mode, RealOpen realOpen) {
-    std::string mapped;
-    if (!mapPath(path, &mapped)) return realOpen(path, flags, mode);
+int openChecked(const std::string& mapped, int flags, mode_t mode, RealOpen realOpen) {
     if (int error = emulated::internal::openDenied(mapped, flags)) return fail(error);
     const bool creates = (flags & O_CREAT) != 0 && !exists(mapped);
     int fd = realOpen(mapped.c_str(), flags, mode & ~emulated::credentials().umask);
     if (fd >= 0 && creates) emulated::internal::recordCreated(mapped);
+    return fd;
+}
+
+// While a crash model is armed every descriptor is followed; an open that creates or
+// truncates is a write-side call.
+template <typename RealOpen>
+int openFollowed(const std::string& mapped, int flags, mode_t mode, RealOpen realOpen) {
+    using namespace emulated::internal;
+    auto lock = writeSideLock();
+    const bool writes = (flags & (O_CREAT | O_TRUNC)) != 0;
+    const bool empties = (flags & O_TRUNC) != 0 || ((flags & O_CREAT) != 0 && !exists(mapped));
+    if (writes) beforeWriteSide(mapped);
+    int fd = openChecked(mapped, flags, mode, realOpen);
+    if (fd >= 0) trackDescriptor(fd, mapped);
+    if (writes) {
+        const std::string call = (flags & O_TRUNC) != 0 ? "open O_CREAT|O_TRUNC" : "open O_CREAT";
+        afterWriteSide((flags & O_CREAT) != 0 ? call : "open O_TRUNC", mapped,
+                       empties ? WriteEffect::Truncate : WriteEffect::Data);
+    }
+    return fd;
+}
+
+template <typename RealOpen>
+int openMapped(const char* path, int flags, mode_t mode, RealOpen realOpen) {
+    std::string mapped;
+    if (!mapPath(path, &mapped)) return realOpen(path, flags, mode);
+    int fd = emulated::internal::crashModelArmed() ? openFollowed(mapped, flags, mode, realOpen)
+                                                   : openChecked(mapped, flags, mode, realOpen);
     if (fd >= 0 && std::strcmp(path, emulated::fault_node::kPath) == 0 &&
         !emulated::internal::adoptFaultNodeDescriptor(fd)) {
         __real_close(fd);
@@ -95,13 +121,16 @@ auto withPath(const char* path, Denied denied, Call call) {
 }
 
 template <typename Remove>
-int removeMapped(const char* path, Remove realRemove) {
+int removeMapped(const char* name, const char* path, Remove realRemove) {
+    using namespace emulated::internal;
     std::string mapped;
     if (!mapPath(path, &mapped)) return realRemove(path);
-    if (int error = emulated::internal::entryChangeDenied(mapped)) return fail(error);
-    if (realRemove(mapped.c_str()) != 0) return -1;
-    emulated::internal::forget(mapped);
-    return 0;
+    return writeSide(name, mapped, WriteEffect::Entry, [&] {
+        if (int error = entryChangeDenied(mapped)) return fail(error);
+        if (realRemove(mapped.c_str()) != 0) return -1;
+        forget(mapped);
+        return 0;
+    });
 }
 
 }  // namespace
@@ -184,31 +213,37 @@ int __wrap_lstat64(const char* path, struct stat64* buf) {
 }
 
 int __wrap_chmod(const char* path, mode_t mode) {
+    using namespace emulated::internal;
     std::string mapped;
     if (!mapPath(path, &mapped)) return __real_chmod(path, mode);
-    int error = emulated::internal::changeMode(mapped, mode);
-    return error == 0 ? 0 : fail(error);
+    return writeSide("chmod", mapped, WriteEffect::Data, [&] {
+        int error = changeMode(mapped, mode);
+        return error == 0 ? 0 : fail(error);
+    });
 }
 
 int __wrap_mkdir(const char* path, mode_t mode) {
+    using namespace emulated::internal;
     std::string mapped;
     if (!mapPath(path, &mapped)) return __real_mkdir(path, mode);
-    if (int error = emulated::internal::entryChangeDenied(mapped)) return fail(error);
-    if (__real_mkdir(mapped.c_str(), mode & ~emulated::credentials().umask) != 0) return -1;
-    emulated::internal::recordCreated(mapped);
-    return 0;
+    return writeSide("mkdir", mapped, WriteEffect::Entry, [&] {
+        if (int error = entryChangeDenied(mapped)) return fail(error);
+        if (__real_mkdir(mapped.c_str(), mode & ~emulated::credentials().umask) != 0) return -1;
+        recordCreated(mapped);
+        return 0;
+    });
 }
 
 int __wrap_remove(const char* path) {
-    return removeMapped(path, __real_remove);
+    return removeMapped("remove", path, __real_remove);
 }
 
 int __wrap_unlink(const char* path) {
-    return removeMapped(path, __real_unlink);
+    return removeMapped("unlink", path, __real_unlink);
 }
 
 int __wrap_rmdir(const char* path) {
-    return removeMapped(path, __real_rmdir);
+    return removeMapped("rmdir", path, __real_rmdir);
 }
 
 DIR* __wrap_opendir(const char* path) {

@@ -49,6 +49,7 @@ int __real___poll_chk(struct pollfd* fds, nfds_t count, int timeout, size_t fdsl
 off_t __real_lseek(int fd, off_t offset, int whence);
 off64_t __real_lseek64(int fd, off64_t offset, int whence);
 ssize_t __real_read(int fd, void* buf, size_t count);
+ssize_t __real_write(int fd, const void* buf, size_t count);
 ssize_t __real___read_chk(int fd, void* buf, size_t count, size_t buflen);
 int __real_close(int fd);
 int __real_fsync(int fd);

@@ -113,6 +113,10 @@ struct Attributes {
 // What the permission checks see for an existing mapped path; false when there is none.
 bool attributesOf(const std::string& devicePath, Attributes* attributes);
 
+// Copies a device's root folder with the owners of its paths, which a plain copy would lose
+// (they belong to the files, not their names).
+void copyDevice(const std::string& fromRoot, const std::string& toRoot);
+
 // The device as the phone's kernel, ueventd and init leave it before the service starts:
 // device nodes get their ueventd line or root:root 0600, sysfs attributes their ueventd
 // line, the drivers' procfs nodes user and group system (the board's drivers create them
@@ -128,6 +132,36 @@ void run();
 void place(const std::string& devicePath);
 
 }  // namespace boot
+
+// ---- Crash models ------------------------------------------------------------------------
+//
+// Once armed, the process's write-side calls on mapped paths are counted and each is reported
+// on stderr as "emulated: write point K: CALL PATH": write, fsync, open with O_CREAT or
+// O_TRUNC, chmod, mkdir, remove, unlink and rmdir (the daemon's log is no device write). Right
+// after the armed point the process dies as SIGKILL ends it, after one more line on stderr
+// ("emulated: process crash after write point K" or "emulated: power cut ...").
+namespace crash {
+
+enum class Model {
+    Count,         // counts and reports, never cuts
+    ProcessCrash,  // everything handed to the kernel stays
+    // Storage keeps only what was synced: each file written since arming goes back to its
+    // content as of its last fsync (what it held when first touched counts as synced), and a
+    // file created or truncated and not synced since comes back empty. Folder entries (made,
+    // removed) and modes are kept at once; a write is never torn.
+    PowerCut,
+};
+
+// Environment variable: "count", "process:K" or "power:K" arms a binary from its start.
+inline constexpr const char* kCutEnvironment = "ZENTH_DEVICE_CUT";
+
+// Counts from the next write-side call on; the process ends right after point K (K >= 1).
+// Only descriptors opened after arming are followed.
+void arm(Model model, unsigned point);
+// Reads "count", "process:K" or "power:K"; false for anything else.
+bool parse(const std::string& text, Model* model, unsigned* point);
+
+}  // namespace crash
 
 // ---- FPGA fault node ---------------------------------------------------------------------
 //
