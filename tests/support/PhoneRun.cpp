@@ -25,6 +25,12 @@
 
 namespace zenth_test {
 
+namespace {
+
+constexpr size_t kMaxLog = 1 << 20;
+
+}  // namespace
+
 PhoneRun runPhone(const std::string& deviceFolder, const std::string& script,
                   const std::string& options, const std::string& environment) {
     const std::string base = deviceFolder + ".run";
@@ -40,6 +46,10 @@ PhoneRun runPhone(const std::string& deviceFolder, const std::string& script,
         if (line.rfind("VendorAtom", 0) != 0) result.lines.push_back(line);
     }
     result.log = slurp(base + ".err");
+    if (result.log.size() > kMaxLog) {  // a runaway loop in the daemon must not flood the report
+        result.log.resize(kMaxLog);
+        result.log += "\n[log cut at " + std::to_string(kMaxLog) + " bytes]\n";
+    }
     for (const char* suffix : {".in", ".out", ".err"}) std::remove((base + suffix).c_str());
     return result;
 }
