@@ -83,12 +83,6 @@ void loseWhatWasNotSynced(const Cut& state) {
     }
 }
 
-std::string devicePathOf(const std::string& hostPath) {
-    const std::string folder = root();
-    return hostPath.compare(0, folder.size(), folder) == 0 ? hostPath.substr(folder.size())
-                                                           : hostPath;
-}
-
 }  // namespace
 
 bool crashModelArmed() {
@@ -123,7 +117,7 @@ void afterWriteSide(const std::string& call, const std::string& hostPath, WriteE
     }
     ++state.count;
     std::fprintf(stderr, "emulated: write point %u: %s %s\n", state.count, call.c_str(),
-                 devicePathOf(hostPath).c_str());
+                 devicePathOf(root(), hostPath).c_str());
     if (state.model == crash::Model::Count || state.count != state.point) return;
     const bool power = state.model == crash::Model::PowerCut;
     if (power) loseWhatWasNotSynced(state);

@@ -29,6 +29,8 @@ namespace emulated::internal {
 
 // Sets *hostPath and returns true when the path is mapped under the current root.
 bool mapPath(const char* devicePath, std::string* hostPath);
+// The reverse: the device path of a host path under root ("/mnt/vendor/..."), else "".
+std::string devicePathOf(const std::string& root, const std::string& hostPath);
 
 // Nodes of procfs and sysfs (a device path): their host mode is what the driver supports.
 bool isKernelNode(const std::string& devicePath);

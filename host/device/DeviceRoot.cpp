@@ -96,5 +96,10 @@ bool mapPath(const char* devicePath, std::string* hostPath) {
     return true;
 }
 
+std::string devicePathOf(const std::string& root, const std::string& hostPath) {
+    if (root.empty() || hostPath.compare(0, root.size(), root) != 0) return "";
+    return hostPath.substr(root.size());
+}
+
 }  // namespace internal
 }  // namespace emulated

@@ -110,12 +110,6 @@ void writeRecord(const std::string& root, const std::string& devicePath, const R
     if (rename(fresh.c_str(), name.c_str()) != 0) unlink(fresh.c_str());
 }
 
-// The path below the root ("/mnt/vendor/..."), or "" when hostPath is not under it.
-std::string devicePathOf(const std::string& root, const std::string& hostPath) {
-    if (root.empty() || hostPath.compare(0, root.size(), root) != 0) return "";
-    return hostPath.substr(root.size());
-}
-
 // Follows symbolic links, as the calls it stands in for do.
 bool statusOf(const std::string& hostPath, struct statx* status, Identity* identity) {
     if (statx(AT_FDCWD, hostPath.c_str(), 0, STATX_BASIC_STATS | STATX_BTIME, status) != 0) {
@@ -204,15 +198,12 @@ int targetDenied(const std::string& root, const std::string& devicePath, int wan
     return permission(file, S_ISDIR(status.stx_mode), wanted);
 }
 
-// What a driver refuses whatever the mode: opening a node for a transfer it does not support.
-int driverRefuses(const std::string& hostPath, const std::string& devicePath, int wanted) {
-    struct stat status;
-    if (!isKernelNode(devicePath) || __real_stat(hostPath.c_str(), &status) != 0 ||
-        !S_ISREG(status.st_mode)) {
-        return 0;
-    }
-    if ((wanted & kRead) != 0 && (status.st_mode & S_IRUSR) == 0) return EACCES;
-    if ((wanted & kWrite) != 0 && (status.st_mode & S_IWUSR) == 0) return EACCES;
+// What a driver refuses whatever the mode: opening a node for a transfer it does not support
+// (the host file's owner bits).
+int driverRefuses(const std::string& devicePath, const struct statx& status, int wanted) {
+    if (!isKernelNode(devicePath) || !S_ISREG(status.stx_mode)) return 0;
+    if ((wanted & kRead) != 0 && (status.stx_mode & S_IRUSR) == 0) return EACCES;
+    if ((wanted & kWrite) != 0 && (status.stx_mode & S_IWUSR) == 0) return EACCES;
     return 0;
 }
 
@@ -240,9 +231,10 @@ bool isKernelNode(const std::string& devicePath) {
 }
 
 int openDenied(const std::string& hostPath, int flags) {
-    return withRecords(hostPath, [&](const std::string& root, const std::string& devicePath) {
-        struct stat status;
-        if (__real_stat(hostPath.c_str(), &status) != 0) {
+    return withRecords(hostPath, [flags](const std::string& root, const std::string& devicePath) {
+        struct statx status;
+        Attributes file;
+        if (!lookUp(root, devicePath, &status, &file)) {
             if ((flags & O_CREAT) == 0) return 0;
             return targetDenied(root, parentOf(devicePath), kWrite | kSearch);
         }
@@ -250,9 +242,10 @@ int openDenied(const std::string& hostPath, int flags) {
         const int access = flags & O_ACCMODE;
         if (access == O_RDONLY || access == O_RDWR) wanted |= kRead;
         if (access == O_WRONLY || access == O_RDWR || (flags & O_TRUNC) != 0) wanted |= kWrite;
-        if (S_ISDIR(status.st_mode) && (wanted & kWrite) != 0) return 0;  // EISDIR comes first
-        if (int error = targetDenied(root, devicePath, wanted)) return error;
-        return driverRefuses(hostPath, devicePath, wanted);
+        const bool isDirectory = S_ISDIR(status.stx_mode);
+        if (isDirectory && (wanted & kWrite) != 0) return 0;  // EISDIR comes first
+        if (int error = permission(file, isDirectory, wanted)) return error;
+        return driverRefuses(devicePath, status, wanted);
     });
 }
 

@@ -51,10 +51,10 @@ bool exists(const std::string& hostPath) {
     return __real_stat(hostPath.c_str(), &status) == 0;
 }
 
+// `creates`: O_CREAT and nothing at the path before the call.
 template <typename RealOpen>
-int openChecked(const std::string& mapped, int flags, mode_t mode, RealOpen realOpen) {
+int openChecked(const std::string& mapped, int flags, mode_t mode, bool creates, RealOpen realOpen) {
     if (int error = emulated::internal::openDenied(mapped, flags)) return fail(error);
-    const bool creates = (flags & O_CREAT) != 0 && !exists(mapped);
     int fd = realOpen(mapped.c_str(), flags, mode & ~emulated::credentials().umask);
     if (fd >= 0 && creates) emulated::internal::recordCreated(mapped);
     return fd;
@@ -63,18 +63,21 @@ int openChecked(const std::string& mapped, int flags, mode_t mode, RealOpen real
 // While a crash model is armed every descriptor is followed; an open that creates or
 // truncates is a write-side call.
 template <typename RealOpen>
-int openFollowed(const std::string& mapped, int flags, mode_t mode, RealOpen realOpen) {
+int openFollowed(const std::string& mapped, int flags, mode_t mode, bool creates,
+                 RealOpen realOpen) {
     using namespace emulated::internal;
     auto lock = writeSideLock();
     const bool writes = (flags & (O_CREAT | O_TRUNC)) != 0;
-    const bool empties = (flags & O_TRUNC) != 0 || ((flags & O_CREAT) != 0 && !exists(mapped));
     if (writes) beforeWriteSide(mapped);
-    int fd = openChecked(mapped, flags, mode, realOpen);
+    int fd = openChecked(mapped, flags, mode, creates, realOpen);
     if (fd >= 0) trackDescriptor(fd, mapped);
     if (writes) {
-        const std::string call = (flags & O_TRUNC) != 0 ? "open O_CREAT|O_TRUNC" : "open O_CREAT";
-        afterWriteSide((flags & O_CREAT) != 0 ? call : "open O_TRUNC", mapped,
-                       empties ? WriteEffect::Truncate : WriteEffect::Data);
+        const bool truncates = (flags & O_TRUNC) != 0;
+        const char* call = (flags & O_CREAT) == 0 ? "open O_TRUNC"
+                           : truncates            ? "open O_CREAT|O_TRUNC"
+                                                  : "open O_CREAT";
+        afterWriteSide(call, mapped,
+                       truncates || creates ? WriteEffect::Truncate : WriteEffect::Data);
     }
     return fd;
 }
@@ -83,8 +86,10 @@ template <typename RealOpen>
 int openMapped(const char* path, int flags, mode_t mode, RealOpen realOpen) {
     std::string mapped;
     if (!mapPath(path, &mapped)) return realOpen(path, flags, mode);
-    int fd = emulated::internal::crashModelArmed() ? openFollowed(mapped, flags, mode, realOpen)
-                                                   : openChecked(mapped, flags, mode, realOpen);
+    const bool creates = (flags & O_CREAT) != 0 && !exists(mapped);
+    int fd = emulated::internal::crashModelArmed()
+                     ? openFollowed(mapped, flags, mode, creates, realOpen)
+                     : openChecked(mapped, flags, mode, creates, realOpen);
     if (fd >= 0 && std::strcmp(path, emulated::fault_node::kPath) == 0 &&
         !emulated::internal::adoptFaultNodeDescriptor(fd)) {
         __real_close(fd);
@@ -101,10 +106,14 @@ int realOpen64(const char* path, int flags, mode_t mode) {
     return __real_open64(path, flags, mode);
 }
 
+// The open flags of an fopen mode; -1 for a mode fopen refuses.
 int fopenFlags(const char* mode) {
+    if (std::strchr("rwa", mode[0]) == nullptr || mode[0] == '\0') return -1;
     int flags =
             mode[0] == 'r' ? O_RDONLY : O_WRONLY | O_CREAT | (mode[0] == 'w' ? O_TRUNC : O_APPEND);
     if (std::strchr(mode, '+') != nullptr) flags = (flags & ~O_ACCMODE) | O_RDWR;
+    if (std::strchr(mode, 'x') != nullptr) flags |= O_EXCL;
+    if (std::strchr(mode, 'e') != nullptr) flags |= O_CLOEXEC;
     return flags;
 }
 
@@ -161,19 +170,23 @@ int __wrap___open64_2(const char* path, int flags) {
     return openMapped(path, flags, 0, realOpen64);
 }
 
+// Opened as open opens, so that it gets the same checks and records, then handed to stdio.
 FILE* __wrap_fopen(const char* path, const char* mode) {
     std::string mapped;
     if (!mapPath(path, &mapped)) return __real_fopen(path, mode);
     const int flags = fopenFlags(mode);
-    if (int error = emulated::internal::openDenied(mapped, flags)) {
-        errno = error;
+    if (flags < 0) {
+        errno = EINVAL;
         return nullptr;
     }
     const bool creates = (flags & O_CREAT) != 0 && !exists(mapped);
-    FILE* file = __real_fopen(mapped.c_str(), mode);
-    if (file != nullptr && creates) {
-        __real_chmod(mapped.c_str(), 0666 & ~emulated::credentials().umask);
-        emulated::internal::recordCreated(mapped);
+    int fd = openChecked(mapped, flags, 0666, creates, realOpen);
+    if (fd < 0) return nullptr;
+    FILE* file = fdopen(fd, mode);
+    if (file == nullptr) {
+        const int error = errno;
+        __real_close(fd);
+        errno = error;
     }
     return file;
 }
