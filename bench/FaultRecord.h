@@ -31,7 +31,8 @@ namespace misc = aidl::vendor::zenth::hardware::misc;
 
 // The record the fault recording rewrites: the i2c, sr, hr and fault code fields.
 inline constexpr int kFaultRecordOffset = misc::fpgaOpInfoFieldOffset(misc::kFpgaI2cField);
-inline constexpr int kFaultRecordSize = 4 * misc::kCounterFieldSize;
+inline constexpr int kFaultRecordSize =
+        (misc::kFpgaFaultCodeField - misc::kFpgaI2cField + 1) * misc::kCounterFieldSize;
 
 // The i2c, sr and hr counts; each text follows its key and colon.
 using FaultCounts = std::array<long, 3>;

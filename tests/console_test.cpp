@@ -193,7 +193,7 @@ TEST_F(ConsoleTest, StartsTheDaemonFromTheShippedInitFiles) {
         EXPECT_THAT(phone.log, HasSubstr(c.logged));
         EXPECT_THAT(phone.log, Not(HasSubstr("init: ")));  // init read every line
         EXPECT_EQ(readFile(kMotorNode) + " " + readFile(kRpmNode), c.drivers);
-        const off_t srField = misc::kFpgaOpInfoOffset + 4 * misc::kCounterFieldSize;
+        const off_t srField = misc::fpgaOpInfoFieldOffset(misc::kFpgaSrField);
         EXPECT_EQ(readPartition(srField, misc::kCounterFieldSize).c_str(), c.srCount);
         std::vector<fs::path> dumps;
         for (const auto& e : fs::directory_iterator(hostPath(kLogDir))) dumps.push_back(e.path());

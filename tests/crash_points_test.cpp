@@ -49,7 +49,7 @@ constexpr const char* kLogDir = "/mnt/vendor/zenthreserve/fpga_save_log";
 constexpr const char* kMotorNode = "/sys/class/motor/hall_calibration";
 constexpr int kFieldSize = misc::kCounterFieldSize;
 constexpr int kRebootField = misc::fpgaOpInfoFieldOffset(misc::kFpgaRebootField);
-constexpr int kFaultRecord = misc::fpgaOpInfoFieldOffset(3);  // the counts and the fault code
+constexpr int kFaultRecord = misc::fpgaOpInfoFieldOffset(misc::kFpgaI2cField);  // counts, code
 constexpr int kEnableHeader = misc::kFpgaEnableInfoOffset;
 constexpr int kExgpioPrevious = misc::kExgpioCounterArea.emmcOffset + 5 * kFieldSize;
 
