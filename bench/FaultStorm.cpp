@@ -18,9 +18,9 @@
 // reads them, each recorded and offered to the log capture by threads of its own. The daemon runs
 // in a child process, so that the threads and memory measured are its alone.
 
-#include <android/log.h>
 #include <unistd.h>
 #include <zenth_host/EmulatedDevice.h>
+#include <zenth_host/host_log.h>
 
 #include <algorithm>
 #include <atomic>
@@ -94,7 +94,8 @@ bool startsWith(const char* text, const char* prefix) {
     return std::strncmp(text, prefix, std::strlen(prefix)) == 0;
 }
 
-void countLine(const struct __android_logger_data*, const char* message) {
+void countLine(const struct __android_log_message* log_message) {
+    const char* message = log_message->message;
     if (startsWith(message, "fpgaOpWrite:")) {
         ++gProgress.recorded;
     } else if (startsWith(message, "write ")) {

@@ -21,12 +21,12 @@
 // fault raised is handled. The benchmark ends the process with SIGKILL.
 
 #include <android/binder_manager.h>
-#include <android/log.h>
 #include <fcntl.h>
 #include <malloc.h>
 #include <unistd.h>
 #include <zenth_host/EmulatedDevice.h>
 #include <zenth_host/binder_host.h>
+#include <zenth_host/host_log.h>
 
 #include <atomic>
 #include <chrono>
@@ -154,7 +154,8 @@ bool endsReporter(const char* message) {
     return tRole == Role::FpgaReporter && startsWith(message, "write ");
 }
 
-void noteLine(const struct __android_logger_data*, const char* message) {
+void noteLine(const struct __android_log_message* log_message) {
+    const char* message = log_message->message;
     if (startsWith(message, "fpgaOpWrite:")) {
         tRole = Role::Recording;
     } else if (tRole == Role::Recording && startsWith(message, "write ")) {

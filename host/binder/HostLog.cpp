@@ -23,6 +23,7 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstdio>
 #include <string>
 
@@ -52,11 +53,11 @@ std::string linePrefix(int priority, const char* tag) {
 }
 
 // Base logging passes its source position, as the device's log shows it for fatal checks.
-std::string sourcePosition(const struct __android_logger_data* data) {
-    if (data->file == nullptr) {
+std::string sourcePosition(const struct __android_log_message* log_message) {
+    if (log_message->file == nullptr) {
         return "";
     }
-    return std::string(data->file) + ":" + std::to_string(data->line) + "] ";
+    return std::string(log_message->file) + ":" + std::to_string(log_message->line) + "] ";
 }
 
 // Bytes other than printable ASCII and tabs as "\xNN", as `logcat -v printable` shows them:
@@ -77,11 +78,12 @@ std::string printable(const std::string& line) {
 
 }  // namespace
 
-void logcatLogger(const struct __android_logger_data* data, const char* message) {
-    const std::string prefix = linePrefix(data->priority, data->tag) + sourcePosition(data);
+void logcatLogger(const struct __android_log_message* log_message) {
+    const std::string prefix =
+            linePrefix(log_message->priority, log_message->tag) + sourcePosition(log_message);
     std::string text;
     // One output line per message line; a trailing newline does not start another.
-    std::string rest = message != nullptr ? message : "";
+    std::string rest = log_message->message != nullptr ? log_message->message : "";
     do {
         size_t end = rest.find('\n');
         text += prefix + printable(rest.substr(0, end)) + "\n";
@@ -92,3 +94,29 @@ void logcatLogger(const struct __android_logger_data* data, const char* message)
 }
 
 }  // namespace zenth_host
+
+#if ZENTH_LIBLOG_LOGGER_DATA
+namespace {
+
+std::atomic<void (*)(const struct __android_log_message*)> gLogger{nullptr};
+
+void forwardToLogger(const struct __android_logger_data* data, const char* message) {
+    const __android_log_message log_message = {
+            sizeof(log_message), data->buffer_id, data->priority, data->tag,
+            data->file,          data->line,      message};
+    gLogger.load()(&log_message);
+}
+
+}  // namespace
+
+void __android_log_set_logger(void (*logger)(const struct __android_log_message* log_message)) {
+    gLogger.store(logger);
+    __android_log_set_logger(forwardToLogger);
+}
+
+void __android_log_stderr_logger(const struct __android_log_message* log_message) {
+    __android_logger_data data = {sizeof(data),     log_message->buffer_id, log_message->priority,
+                                  log_message->tag, log_message->file,      log_message->line};
+    __android_log_stderr_logger(&data, log_message->message);
+}
+#endif

@@ -59,7 +59,7 @@ std::string motorRecord() {
     return std::string(reinterpret_cast<const char*>(values), sizeof(values));
 }
 
-void dropLine(const struct __android_logger_data*, const char*) {}
+void dropLine(const struct __android_log_message*) {}
 
 }  // namespace
 

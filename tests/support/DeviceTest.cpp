@@ -30,7 +30,7 @@
 #include <iterator>
 #include <mutex>
 
-#include <android/log.h>
+#include <zenth_host/host_log.h>
 
 #include "zenth_host/EmulatedDevice.h"
 
@@ -78,14 +78,15 @@ std::mutex gLogMutex;
 std::condition_variable gLogChanged;
 std::vector<zenth_test::LogLine>* gLog = nullptr;
 
-void captureLogger(const struct __android_logger_data* data, const char* message) {
+void captureLogger(const struct __android_log_message* log_message) {
     std::lock_guard<std::mutex> lock(gLogMutex);
     if (gLog == nullptr) {
-        __android_log_stderr_logger(data, message);
+        __android_log_stderr_logger(log_message);
         return;
     }
     if (gLog->size() == kMaxLogLines) return;
-    gLog->push_back({data->priority, data->tag != nullptr ? data->tag : "", message});
+    gLog->push_back({log_message->priority, log_message->tag != nullptr ? log_message->tag : "",
+                     log_message->message});
     gLogChanged.notify_all();
 }
 

@@ -19,11 +19,32 @@
  */
 #pragma once
 
-struct __android_logger_data;
+// Loggers of host code take the log message as a phone's liblog hands it over.
+
+#include <android/log.h>
+
+#include <cstddef>
+#include <cstdint>
+
+#if ZENTH_LIBLOG_LOGGER_DATA
+// Debian 12's liblog predates that form: its loggers get the message apart from a
+// __android_logger_data. These overloads give host code the phone's form on top of it.
+struct __android_log_message {
+    size_t struct_size;
+    int32_t buffer_id;
+    int32_t priority;
+    const char* tag;
+    const char* file;
+    uint32_t line;
+    const char* message;
+};
+void __android_log_set_logger(void (*logger)(const struct __android_log_message* log_message));
+void __android_log_stderr_logger(const struct __android_log_message* log_message);
+#endif
 
 namespace zenth_host {
 
 // Writes "MM-DD HH:MM:SS.mmm  PID  TID P tag: message" lines to stderr, one per message line.
-void logcatLogger(const struct __android_logger_data* data, const char* message);
+void logcatLogger(const struct __android_log_message* log_message);
 
 }  // namespace zenth_host
