@@ -115,23 +115,30 @@ const std::vector<Console::Command>& Console::commands() {
 }
 
 Console::Console(std::istream& in, std::ostream& out, bool interactive)
-    : in_(in), out_(out), interactive_(interactive) {}
+    : in_(in), output_(out), interactive_(interactive) {}
 
 void Console::run() {
     service_ = waitForService();
-    if (interactive_) out_ << "Emulated phone ready. Type help for the commands.\n";
+    registered_ = std::chrono::steady_clock::now();
+    if (interactive_) output_ << "Emulated phone ready. Type help for the commands.\n";
     std::string line;
     for (;;) {
-        if (interactive_) out_ << kPrompt << std::flush;
+        if (interactive_) output_ << kPrompt << std::flush;
         if (!std::getline(in_, line)) {
-            if (interactive_) out_ << '\n';
+            if (interactive_) output_ << '\n';
             break;
         }
-        if (!execute(line)) break;
-        out_ << std::flush;
+        const bool goOn = execute(line);
+        sendReply();
+        if (!goOn) break;
     }
-    out_ << std::flush;
+    output_ << std::flush;
     service_.reset();
+}
+
+void Console::sendReply() {
+    output_ << out_.str() << std::flush;
+    out_.str("");
 }
 
 bool Console::execute(const std::string& line) {
@@ -229,7 +236,7 @@ void Console::fault(const std::string&, const Words& args) {
     if (!parseUint64(args[0], &value)) {
         return error("fault value '" + args[0] + "' is not an unsigned 64-bit number");
     }
-    if (!raiseFault(value, &problem)) return error(problem);
+    if (!raiseFault(value, registered_, &problem)) return error(problem);
     char handled[48];
     std::snprintf(handled, sizeof(handled), "fault 0x%" PRIx64 " handled", value);
     out_ << handled << '\n';

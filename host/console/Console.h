@@ -18,9 +18,11 @@
 // process does and prints each result on a line of its own.
 #pragma once
 
+#include <chrono>
 #include <istream>
 #include <memory>
 #include <ostream>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -61,11 +63,16 @@ class Console {
     void help(const std::string& line, const Words& args);
 
     bool nodeArguments(const Words& args, int32_t* deviceId, int32_t* nodeFlag);
+    // Hands a command's reply to the output in one write, so that the lines of other
+    // processes on the phone (the statistics service prints its atoms) stay apart.
+    void sendReply();
 
     std::istream& in_;
-    std::ostream& out_;
+    std::ostream& output_;
+    std::ostringstream out_;  // the reply of the command being run
     bool interactive_;
     std::shared_ptr<IZenthMisc> service_;
+    std::chrono::steady_clock::time_point registered_;
 };
 
 }  // namespace zenth_console

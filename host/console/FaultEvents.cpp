@@ -34,6 +34,7 @@ namespace {
 
 constexpr milliseconds kWatcherWait{2000};
 constexpr milliseconds kHandlingWait{10000};
+constexpr milliseconds kDaemonsFirstMillisecond{1};
 
 // The watcher starts a recording and a capture thread per fault; they are done once the
 // process has no more threads than before the fault.
@@ -48,8 +49,12 @@ bool waitForThreadsBelow(size_t count, milliseconds timeout) {
 
 }  // namespace
 
-bool raiseFault(uint64_t value, std::string* error) {
+bool raiseFault(uint64_t value, std::chrono::steady_clock::time_point registered,
+                std::string* error) {
     namespace node = emulated::fault_node;
+    // The daemon's capture window refuses every capture of its process's first millisecond.
+    // On a phone a driver's fault comes long after boot; here the daemon can be up sooner.
+    std::this_thread::sleep_until(registered + kDaemonsFirstMillisecond);
     std::error_code missing;
     if (!fs::exists(emulated::hostPath(node::kPath), missing)) {
         *error = "the device has no FPGA fault node";
