@@ -32,10 +32,10 @@
 
 #include "ReservePartition.h"
 #include "Startup.h"
-#include "ZenthExgpio.h"
-#include "ZenthFan.h"
-#include "ZenthFpga.h"
-#include "ZenthMisc.h"
+#include "zenthmisc-impl/ZenthExgpio.h"
+#include "zenthmisc-impl/ZenthFan.h"
+#include "zenthmisc-impl/ZenthFpga.h"
+#include "zenthmisc-impl/ZenthMisc.h"
 
 namespace bench {
 

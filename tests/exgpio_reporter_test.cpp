@@ -25,9 +25,9 @@
 
 #include <zenth_host/EmulatedDevice.h>
 
-#include "ZenthExgpio.h"
 #include "support/FileSizeLimit.h"
 #include "support/ReporterTest.h"
+#include "zenthmisc-impl/ZenthExgpio.h"
 
 namespace {
 

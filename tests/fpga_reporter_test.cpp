@@ -24,8 +24,8 @@
 
 #include <zenth_host/EmulatedDevice.h>
 
-#include "ZenthFpga.h"
 #include "support/ReporterTest.h"
+#include "zenthmisc-impl/ZenthFpga.h"
 
 namespace {
 

@@ -28,11 +28,12 @@
 
 #include <gtest/gtest.h>
 
+#include "MiscLogTag.h"
 #include "MiscNodeTable.h"
 #include "NodeInterface.h"
-#include "ZenthMisc.h"
 #include "support/DeviceTest.h"
 #include "zenth_host/EmulatedDevice.h"
+#include "zenthmisc-impl/ZenthMisc.h"
 
 namespace aidl::vendor::zenth::hardware::misc {
 namespace {

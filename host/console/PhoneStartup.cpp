@@ -32,13 +32,13 @@
 
 #include <android/log.h>
 
+#include <zenth_host/DeviceTree.h>
 #include <zenth_host/binder_host.h>
 #include <zenth_host/host_log.h>
 
 #include "Console.h"
 #include "PhoneOptions.h"
 #include "ProcessThreads.h"
-#include "SampleDevice.h"
 
 namespace zenth_console {
 
@@ -58,12 +58,15 @@ PhoneOptions* gOptions = nullptr;
     std::exit(2);
 }
 
+// A kept device is built only when new or empty.
 void prepareDevice(const PhoneOptions& options) {
-    if (!options.keepDevice) std::filesystem::remove_all(options.deviceFolder);
-    if (deviceFolderIsEmpty(options.deviceFolder)) {
-        std::filesystem::create_directories(options.deviceFolder);
-        seedSampleDevice(options.deviceFolder);
-    }
+    namespace fs = std::filesystem;
+    if (!options.keepDevice) fs::remove_all(options.deviceFolder);
+    std::error_code error;
+    if (fs::exists(options.deviceFolder, error) && !fs::is_empty(options.deviceFolder, error))
+        return;
+    fs::create_directories(options.deviceFolder);
+    zenth_host::DeviceTree(options.deviceFolder).buildSamplePhone();
 }
 
 // The platform's start-up reads these right after this function.
