@@ -31,14 +31,16 @@
 
 namespace {
 
+using ::aidl::vendor::zenth::hardware::misc::counterField;
 using ::aidl::vendor::zenth::hardware::misc::ZenthExgpio;
 using Strings = std::vector<std::string>;
 using Service = ReporterTest::Service;
 
 constexpr off_t kEmmcArea = 5121024;
 constexpr off_t kUfsArea = 5398528;
-constexpr off_t kPrevI2c = 80;
-constexpr off_t kPrevRs = 96;
+namespace misc = ::aidl::vendor::zenth::hardware::misc;
+constexpr off_t kPrevI2c = misc::exgpio::kPrevI2c * misc::kCounterFieldSize;
+constexpr off_t kPrevRs = misc::exgpio::kPrevRs * misc::kCounterFieldSize;
 constexpr const char* kProbe = "/sys/class/ex_gpio/chipid";
 const std::string kStart = "E Another thread to delay report exgpio info";
 const std::string kUnchanged =
@@ -60,8 +62,9 @@ class ExgpioReporterTest : public ReporterTest {
 
     void writeArea(off_t base, const Counts& c, const std::string& leading = "EXG lead") {
         createReservePartition();
-        writePartition(base, field(leading) + field(c.i2c) + field(c.rs) + field(c.pw) +
-                                     field("other:77") + field(c.prevI2c) + field(c.prevRs));
+        writePartition(base, counterField(leading) + counterField(c.i2c) + counterField(c.rs) +
+                                     counterField(c.pw) + counterField("other:77") +
+                                     counterField(c.prevI2c) + counterField(c.prevRs));
     }
 
     void run() {
@@ -69,7 +72,7 @@ class ExgpioReporterTest : public ReporterTest {
     }
 
     void expectPrevious(off_t base, const std::string& prevI2c, const std::string& prevRs) {
-        EXPECT_EQ(readPartition(base + kPrevI2c, 32), field(prevI2c) + field(prevRs));
+        EXPECT_EQ(readPartition(base + kPrevI2c, 32), counterField(prevI2c) + counterField(prevRs));
         expectPartitionUnchangedExcept({{base + kPrevI2c, 32}});
     }
 
@@ -84,7 +87,7 @@ TEST_P(ExgpioStorageTest, ChangedCountsAreSentAndRemembered) {
     if (ufs) makeUfsStorage();
     writeArea(base, kCounts);
     // The other storage kind's area must be neither read nor written.
-    writePartition(ufs ? kEmmcArea : kUfsArea, field("wrong") + field("i2c:50"));
+    writePartition(ufs ? kEmmcArea : kUfsArea, counterField("wrong") + counterField("i2c:50"));
     setService(Service::Running);
 
     run();
@@ -215,7 +218,8 @@ TEST_F(ExgpioReporterTest, OneByteReadIsParsedWithTheRestZero) {
     run();
 
     EXPECT_EQ(count("exgpio: E     \n"), 1u);
-    EXPECT_EQ(readPartition(kEmmcArea + kPrevI2c, 32), field("pi2c:0") + field("prs:0"));
+    EXPECT_EQ(readPartition(kEmmcArea + kPrevI2c, 32),
+              counterField("pi2c:0") + counterField("prs:0"));
 }
 
 TEST_F(ExgpioReporterTest, MissingPartitionIsNeitherReadNorWritten) {

@@ -29,6 +29,7 @@
 
 namespace {
 
+using ::aidl::vendor::zenth::hardware::misc::counterField;
 using ::aidl::vendor::zenth::hardware::misc::ZenthFpga;
 using Strings = std::vector<std::string>;
 using Service = ReporterTest::Service;
@@ -51,7 +52,7 @@ class FpgaReporterTest : public ReporterTest {
     void writeBlock(const Strings& fields) {
         createReservePartition();
         std::string bytes;
-        for (const std::string& text : fields) bytes += field(text);
+        for (const std::string& text : fields) bytes += counterField(text);
         writePartition(kBlock, bytes);
     }
 
@@ -120,7 +121,7 @@ TEST_P(FpgaRebootCountTest, SendsEveryCounterThenWritesTheRebootFieldBack) {
             kSend};
     if (c.reset) messages.push_back(kReset);
     EXPECT_EQ(reporterMessages(), messages);
-    EXPECT_EQ(readPartition(kRebootField, 16), field(c.written));
+    EXPECT_EQ(readPartition(kRebootField, 16), counterField(c.written));
     expectPartitionUnchangedExcept({{kRebootField, 16}});
 }
 
@@ -162,7 +163,7 @@ TEST_P(FpgaServiceTest, RebootCountIsResetWithoutAReport) {
 
     EXPECT_EQ(reporterMessages(), c.messages);
     EXPECT_TRUE(atoms().empty());
-    EXPECT_EQ(readPartition(kRebootField, 16), field("rb:0"));
+    EXPECT_EQ(readPartition(kRebootField, 16), counterField("rb:0"));
 }
 
 INSTANTIATE_TEST_SUITE_P(Services, FpgaServiceTest, ::testing::ValuesIn(kServiceCases),
@@ -183,7 +184,7 @@ TEST_F(FpgaReporterTest, UnreadableBlockSendsZerosAndStillWritesBack) {
     EXPECT_EQ(reporterMessages(),
               (Strings{kStart, "E getMessage readInterface /dev/block/by-name/zenthreserve1 error",
                        kSend}));
-    EXPECT_EQ(readPartition(kRebootField, 16), field("rb:0"));
+    EXPECT_EQ(readPartition(kRebootField, 16), counterField("rb:0"));
 }
 
 TEST_F(FpgaReporterTest, EmptyReadIsNoReadFailure) {

@@ -277,10 +277,10 @@ TEST_F(NodeAccessTest, ReservePartitionRowsShowThePrintableBytesOfTheirRecords) 
     EXPECT_EQ(messages(defaultTag()),
               "D ZenthFpga::ZenthFpga\n\nD FPGA_OP_INFO_EN_NODE\nD count = 32\n"
               "D ZenthFpga::~ZenthFpga\n\n");
-    auto field = [](const std::string& text) { return text + std::string(16 - text.size(), '\0'); };
     const std::string code("\0\0\0\0\0\x12\x34", 7);
-    writePartition(0x514010, field("up:3") + field("rb:2") + field("i2c:1") + field("sr:4") +
-                                     field("hr:5") + field("ec:" + code) + field("bf:9"));
+    writePartition(0x514010, counterField("up:3") + counterField("rb:2") + counterField("i2c:1") +
+                                     counterField("sr:4") + counterField("hr:5") +
+                                     counterField("ec:" + code) + counterField("bf:9"));
     // The last raw code byte, 0x34, is printable and stays behind the text.
     EXPECT_EQ(read(0, 288), "up:3rb:2i2c:1sr:4hr:5ec:12344bf:9");
     expectPartitionUnchangedExcept();
