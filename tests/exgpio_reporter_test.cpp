@@ -46,6 +46,8 @@ const std::string kStart = "E Another thread to delay report exgpio info";
 const std::string kUnchanged =
         "E misc exgpio unable to get Stats service or error count is not changed.";
 const std::string kSend = "D doReportEvent\n";
+// The node access logs each previous count's write-back under the same tag.
+const std::string kWriteBack = "D write 16 bytes";
 
 // The counter fields as read; field 4 holds bytes of another owner.
 struct Counts {
@@ -96,7 +98,8 @@ TEST_P(ExgpioStorageTest, ChangedCountsAreSentAndRemembered) {
     EXPECT_EQ(describedAtoms(), Strings{"100272 'EXG lead' 3 1 7"});
     EXPECT_EQ(atoms().at(0).reverseDomainName, "com.zenth");
     EXPECT_EQ(reporterMessages(),
-              (Strings{kStart, "E exgpio: EXG lead i2c:3 rs:1 pw:7 pi2c:2 prs:1\n", kSend}));
+              (Strings{kStart, "E exgpio: EXG lead i2c:3 rs:1 pw:7 pi2c:2 prs:1\n", kWriteBack,
+                       kWriteBack, kSend}));
     expectPrevious(base, "pi2c:3", "prs:1");
 }
 
@@ -156,9 +159,9 @@ const std::string kCutOff = "EXG lead \xc3";
 const ServiceCase kServiceCases[] = {
         {"NotDeclared", Service::NotDeclared, "EXG lead",
          {kStart, "E Stats service is not registered.", "E exgpio: EXG lead" + kFields,
-          kUnchanged}},
+          kWriteBack, kWriteBack, kUnchanged}},
         {"AtomNotSent", Service::Running, kCutOff,
-         {kStart, "E exgpio: " + kCutOff + kFields, kSend,
+         {kStart, "E exgpio: " + kCutOff + kFields, kWriteBack, kWriteBack, kSend,
           "E Unable to report exgpio info to Stats service"}},
 };
 // clang-format on
@@ -204,7 +207,8 @@ TEST_F(ExgpioReporterTest, IncompleteWriteBackIsReportedWithTheByteSum) {
         run();
     }
     EXPECT_EQ(reporterMessages(),
-              (Strings{kStart, "E exgpio: EXG lead i2c:3 rs:1 pw:7 pi2c:2 prs:0\n",
+              (Strings{kStart, "E exgpio: EXG lead i2c:3 rs:1 pw:7 pi2c:2 prs:0\n", kWriteBack,
+                       "D write failed! size:-1",
                        "E update prev exgpio reserve info failed, count = 15\n", kSend}));
     EXPECT_EQ(describedAtoms(), Strings{"100272 'EXG lead' 3 1 7"});
     expectPrevious(kEmmcArea, "pi2c:3", "prs:0");

@@ -140,7 +140,7 @@ TEST_F(FpgaOpInfoTest, PartitionFailures) {
     writeFile(kReservePartition, std::string(kI2cField, '\0'));
     clearLog();
     EXPECT_EQ(misc::fpgaOpWrite(2), 0);
-    EXPECT_EQ(messages(defaultTag()), "D fpgaOpWrite:    ec:0x0 count:0\n");
+    EXPECT_EQ(messages(defaultTag()), "D fpgaOpWrite:    ec:0x0 count:0\nD write 64 bytes\n");
     EXPECT_EQ(readPartition(kI2cField, 64), std::string(19, '\0') + "1" + std::string(44, '\0'));
 }
 

@@ -274,9 +274,11 @@ TEST_F(NodeAccessTest, ReservePartitionRowsShowThePrintableBytesOfTheirRecords) 
                                          12));
     clearLog();
     EXPECT_EQ(read(0, 289), "ab!cd~e" + std::string(20, 'Q'));
+    // The service object's lines carry the same tag; the bytes as read are logged last.
     EXPECT_EQ(messages(defaultTag()),
-              "D ZenthFpga::ZenthFpga\n\nD FPGA_OP_INFO_EN_NODE\nD count = 32\n"
-              "D ZenthFpga::~ZenthFpga\n\n");
+              "D in_deviceId = 0,in_nodeFlag = 289\nD ZenthFpga::ZenthFpga\n\n"
+              "D FPGA_OP_INFO_EN_NODE\nD count = 32\nD ZenthFpga::~ZenthFpga\n\n"
+              "D cb_data = ab!cd~eQQQQQQQQQQQQQQQQQQQQ\n");
     const std::string code("\0\0\0\0\0\x12\x34", 7);
     writePartition(0x514010, counterField("up:3") + counterField("rb:2") + counterField("i2c:1") +
                                      counterField("sr:4") + counterField("hr:5") +

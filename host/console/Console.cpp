@@ -18,6 +18,7 @@
 
 #include <android/binder_manager.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cinttypes>
 #include <cstdio>
@@ -272,9 +273,8 @@ void Console::regions(const std::string&, const Words&) {
 void Console::help(const std::string&, const Words&) {
     for (const Command& command : commands()) {
         std::string usage = std::string(command.name) + " " + command.arguments;
-        char row[160];
-        std::snprintf(row, sizeof(row), "  %-46s %s\n", usage.c_str(), command.summary);
-        out_ << row;
+        usage.resize(std::max<size_t>(usage.size(), 46), ' ');
+        out_ << "  " << usage << " " << command.summary << "\n";
     }
     out_ << kHelpNotes;
 }

@@ -188,7 +188,7 @@ void DeviceTest::clearLog() {
 }
 
 std::string DeviceTest::defaultTag() {
-    return program_invocation_short_name;
+    return ZENTH_DAEMON_NAME;
 }
 
 int DeviceTest::openDescriptorCount() {

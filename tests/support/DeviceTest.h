@@ -126,7 +126,8 @@ class DeviceTest : public ::testing::Test {
     bool waitFor(const std::string& message, size_t times = 1,
                  std::chrono::milliseconds timeout = kWait) const;
     void clearLog();
-    // The tag of lines logged without one (liblog substitutes the program's short name).
+    // The tag of lines logged without one: liblog gives them the program's name, which on a
+    // phone is the daemon's binary.
     static std::string defaultTag();
 
   private:
