@@ -20,9 +20,8 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
 
+#include <zenth_host/DeviceTree.h>
 #include <zenth_host/EmulatedDevice.h>
 
 #include "ConsoleText.h"
@@ -34,22 +33,12 @@ namespace {
 
 namespace misc = aidl::vendor::zenth::hardware::misc;
 
-class Partition {
-  public:
-    explicit Partition(const std::string& hostPath) : image_(hostPath, std::ios::binary) {}
-    bool isOpen() const { return image_.is_open(); }
-
-    std::string read(off_t offset, size_t length) {
-        std::string bytes(length, '\0');
-        image_.clear();
-        image_.seekg(offset);
-        image_.read(bytes.data(), static_cast<std::streamsize>(length));
-        return bytes;
-    }
-
-  private:
-    std::ifstream image_;
-};
+// Past the image's end a record reads as zeros.
+std::string read(const zenth_host::DeviceTree& partition, int offset, int length) {
+    std::string bytes = partition.readPartition(offset, static_cast<size_t>(length));
+    bytes.resize(static_cast<size_t>(length), '\0');
+    return bytes;
+}
 
 // A text field: up to its first NUL, escaped.
 std::string text(const std::string& bytes) {
@@ -84,36 +73,32 @@ std::string faultCodeField(const std::string& bytes) {
     return text(bytes.substr(0, colon + 1)) + hex;
 }
 
-void printFields(std::ostream& out, Partition& partition, const char* area, int base, int count) {
+void printFields(std::ostream& out, const zenth_host::DeviceTree& partition, const char* area,
+                 int base, int count) {
     for (int index = 0; index < count; ++index) {
         std::string bytes =
-                partition.read(base + index * misc::kCounterFieldSize, misc::kCounterFieldSize);
+                read(partition, base + index * misc::kCounterFieldSize, misc::kCounterFieldSize);
         bool code = base == misc::kFpgaOpInfoOffset && index == misc::kFpgaFaultCodeField;
         out << area << '.' << index << ' ' << (code ? faultCodeField(bytes) : text(bytes)) << '\n';
     }
 }
 
-bool isUfs() {
-    std::error_code error;
-    return std::filesystem::exists(emulated::hostPath(misc::kUfsBlockDevicePath), error);
-}
-
 }  // namespace
 
 bool printReserveRegions(std::ostream& out, std::string* error) {
-    Partition partition(emulated::hostPath(misc::kReservePartitionPath));
-    if (!partition.isOpen()) {
+    const zenth_host::DeviceTree partition(emulated::root());
+    if (!partition.exists(misc::kReservePartitionPath)) {
         *error = "the device has no reserve partition";
         return false;
     }
-    const bool emmc = !isUfs();
+    const bool emmc = !partition.exists(misc::kUfsBlockDevicePath);
     const int motor = misc::kMotorHallRecord.offset(emmc);
     const int fan = misc::kFanIdentityRegion.offset(emmc);
     out << "storage " << (emmc ? "emmc" : "ufs") << '\n';
-    out << "motor " << motorRecord(partition.read(motor, misc::kMotorHallRecord.length)) << '\n';
-    out << "fan.id " << text(partition.read(fan, misc::kFanHardwareIdLength)) << '\n';
+    out << "motor " << motorRecord(read(partition, motor, misc::kMotorHallRecord.length)) << '\n';
+    out << "fan.id " << text(read(partition, fan, misc::kFanHardwareIdLength)) << '\n';
     out << "fan.rpm_table "
-        << text(partition.read(fan + misc::kFanRpmTableOffset, misc::kFanRpmTableLength)) << '\n';
+        << text(read(partition, fan + misc::kFanRpmTableOffset, misc::kFanRpmTableLength)) << '\n';
     printFields(out, partition, "fpga", misc::kFpgaOpInfoOffset, misc::kFpgaOpInfoFieldCount);
     printFields(out, partition, "fpga_enable", misc::kFpgaEnableInfoOffset,
                 misc::kFpgaEnableInfoFieldCount);
