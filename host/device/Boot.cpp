@@ -397,7 +397,7 @@ void place(const std::string& devicePath) {
     }
     const std::string canonical = hostPath.substr(root().size());
     Placement placement = placementOf(canonical, S_ISDIR(status.st_mode));
-    Attributes folder;
+    internal::Attributes folder;
     if (!placement.placed &&
         internal::attributesOfHost(hostPath.substr(0, hostPath.find_last_of('/')), &folder) &&
         folder.uid == credentials().uid) {

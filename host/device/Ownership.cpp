@@ -344,10 +344,4 @@ void copyDevice(const std::string& fromRoot, const std::string& toRoot) {
     }
 }
 
-bool attributesOf(const std::string& devicePath, Attributes* attributes) {
-    std::string mapped;
-    return internal::mapPath(devicePath.c_str(), &mapped) &&
-           internal::attributesOfHost(mapped, attributes);
-}
-
 }  // namespace emulated

@@ -38,14 +38,16 @@ constexpr mode_t kWritable = 0644;
 constexpr mode_t kReadOnly = 0444;
 constexpr mode_t kPersist = 0664;
 
-struct SampleNode {
+struct SampleFile {
     const char* content;
     mode_t mode;
 };
 
-// Nodes that differ from a writable "0\n"; the ones a driver only reports are read-only.
-const std::map<std::string, SampleNode>& sampleNodes() {
-    static const auto* nodes = new std::map<std::string, SampleNode>{
+// Files that differ from a node table row's writable "0\n": the ones a driver only reports are
+// read-only; then files outside the table (driver nodes written at start, the fault node and
+// the persisted calibration of an earlier session).
+const std::map<std::string, SampleFile>& sampleFiles() {
+    static const auto* files = new std::map<std::string, SampleFile>{
             {"/proc/colorctrl/temperature", {"27\n", kReadOnly}},
             {"/proc/colorctrl/voltage", {"3312\n", kReadOnly}},
             {"/proc/colorctrl/cover_color", {"2\n", kWritable}},
@@ -104,28 +106,16 @@ const std::map<std::string, SampleNode>& sampleNodes() {
             {"/sys/class/ex_gpio/chipid", {"0x35\n", kReadOnly}},
             {"/sys/class/ex_gpio/get_gpio_status", {"0x0f\n", kReadOnly}},
             {"/sys/class/ex_gpio/monitor_info", {"i2c:3 rs:1 pw:7\n", kReadOnly}},
+            {"/sys/class/motor/hall_calibration", {"", kWritable}},
+            {"/sys/class/leds/fan/rpm_table", {"", kWritable}},
+            {"/proc/fpga/errinfoto_op", {"", kReadOnly}},
+            {"/mnt/vendor/persist/engineermode/tri_state_hall_data", {"35;-12;48;-20", kPersist}},
+            {"/mnt/vendor/persist/engineermode/tri_state_hall_calib_flag", {"1", kPersist}},
+            {"/mnt/vendor/persist/engineermode/magneticCoverCalibrationData",
+             {"0321,118", kPersist}},
+            {"/mnt/vendor/persist/engineermode/magneticCoverCalibrationFlag", {"1", kPersist}},
     };
-    return *nodes;
-}
-
-// Files outside the node table: driver nodes written at start, the fault node and the
-// persisted calibration of an earlier session.
-struct ExtraFile {
-    const char* path;
-    std::string content;
-    mode_t mode;
-};
-
-std::vector<ExtraFile> extraFiles() {
-    return {
-            {"/sys/class/motor/hall_calibration", "", kWritable},
-            {"/sys/class/leds/fan/rpm_table", "", kWritable},
-            {"/proc/fpga/errinfoto_op", "", kReadOnly},
-            {"/mnt/vendor/persist/engineermode/tri_state_hall_data", "35;-12;48;-20", kPersist},
-            {"/mnt/vendor/persist/engineermode/tri_state_hall_calib_flag", "1", kPersist},
-            {"/mnt/vendor/persist/engineermode/magneticCoverCalibrationData", "0321,118", kPersist},
-            {"/mnt/vendor/persist/engineermode/magneticCoverCalibrationFlag", "1", kPersist},
-    };
+    return *files;
 }
 
 std::string int32le(const std::vector<int32_t>& values) {
@@ -166,28 +156,22 @@ void writeReservePartition(const DeviceTree& tree) {
     tree.writePartition(misc::kFpgaOpInfoOffset, fpgaOpInfoBlock());
 }
 
-void writeNodeTable(const DeviceTree& tree) {
+void writeFiles(const DeviceTree& tree) {
     for (const auto& row : misc::gMiscNodeTable) {
         const std::string path = row.path;
-        if (path == misc::kReservePartitionPath) continue;  // the partition image
         if (path == "/proc/devinfo") {
             tree.makeDir(path);
-            continue;
-        }
-        auto sample = sampleNodes().find(path);
-        if (sample == sampleNodes().end()) {
+        } else if (path != misc::kReservePartitionPath && sampleFiles().count(path) == 0) {
             tree.writeFile(path, "0\n", kWritable);
-        } else {
-            tree.writeFile(path, sample->second.content, sample->second.mode);
         }
     }
+    for (const auto& [path, file] : sampleFiles()) tree.writeFile(path, file.content, file.mode);
 }
 
 }  // namespace
 
 void DeviceTree::buildSamplePhone() const {
-    writeNodeTable(*this);
-    for (const ExtraFile& extra : extraFiles()) writeFile(extra.path, extra.content, extra.mode);
+    writeFiles(*this);
     makeDir("/mnt/vendor/zenthreserve");  // the board's mount point of the reserve file system
     writeReservePartition(*this);
     emulated::boot::run();
