@@ -31,6 +31,7 @@
 #include <zenth_host/DeviceTree.h>
 #include <zenth_host/host_log.h>
 #include "Figures.h"
+#include "MiscLogTag.h"
 #include "zenthmisc-impl/ZenthMisc.h"
 
 namespace bench {

@@ -117,7 +117,7 @@ void checkFiles(const DeviceState& before, const DeviceState& after,
 
 }  // namespace
 
-DeviceState deviceState(const zenth_host::SeededDevice& device) {
+DeviceState deviceState(const zenth_host::DeviceTree& device) {
     DeviceState state;
     state.partition = device.readPartition(0, misc::kReservePartitionSize);
     const fs::path root = device.root();

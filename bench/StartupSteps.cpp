@@ -30,6 +30,7 @@
 #include <string>
 #include <thread>
 
+#include "MiscLogTag.h"
 #include "ReservePartition.h"
 #include "Startup.h"
 #include "zenthmisc-impl/ZenthExgpio.h"

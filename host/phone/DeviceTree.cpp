@@ -121,6 +121,23 @@ void DeviceTree::makeDir(const std::string& devicePath, mode_t mode) const {
     setMode(path, mode);
 }
 
+mode_t DeviceTree::modeOf(const std::string& devicePath) const {
+    return static_cast<mode_t>(fs::status(hostPath(devicePath)).permissions() & fs::perms::mask);
+}
+
+void DeviceTree::makeReadOnly(const std::string& devicePath) const {
+    const std::string path = hostPath(devicePath);
+    setMode(path, fs::is_directory(path) ? 0555 : 0444);
+}
+
+void DeviceTree::createFaultNode() const {
+    writeFile(emulated::fault_node::kPath, "", 0444);
+}
+
+void DeviceTree::makeUfsStorage() const {
+    writeFile(misc::kUfsBlockDevicePath, "", 0660);
+}
+
 void DeviceTree::createReservePartition() const {
     const std::string path = hostPath(misc::kReservePartitionPath);
     create(*this, misc::kReservePartitionPath, [&] {

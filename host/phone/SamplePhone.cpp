@@ -44,8 +44,8 @@ struct SampleFile {
 };
 
 // Files that differ from a node table row's writable "0\n": the ones a driver only reports are
-// read-only; then files outside the table (driver nodes written at start, the fault node and
-// the persisted calibration of an earlier session).
+// read-only; then files outside the table (driver nodes written at start, the persisted
+// calibration of an earlier session).
 const std::map<std::string, SampleFile>& sampleFiles() {
     static const auto* files = new std::map<std::string, SampleFile>{
             {"/proc/colorctrl/temperature", {"27\n", kReadOnly}},
@@ -108,7 +108,6 @@ const std::map<std::string, SampleFile>& sampleFiles() {
             {"/sys/class/ex_gpio/monitor_info", {"i2c:3 rs:1 pw:7\n", kReadOnly}},
             {"/sys/class/motor/hall_calibration", {"", kWritable}},
             {"/sys/class/leds/fan/rpm_table", {"", kWritable}},
-            {"/proc/fpga/errinfoto_op", {"", kReadOnly}},
             {"/mnt/vendor/persist/engineermode/tri_state_hall_data", {"35;-12;48;-20", kPersist}},
             {"/mnt/vendor/persist/engineermode/tri_state_hall_calib_flag", {"1", kPersist}},
             {"/mnt/vendor/persist/engineermode/magneticCoverCalibrationData",
@@ -172,6 +171,7 @@ void writeFiles(const DeviceTree& tree) {
 
 void DeviceTree::buildSamplePhone() const {
     writeFiles(*this);
+    createFaultNode();
     makeDir("/mnt/vendor/zenthreserve");  // the board's mount point of the reserve file system
     writeReservePartition(*this);
     emulated::boot::run();

@@ -17,16 +17,13 @@
 #include "support/DeviceTest.h"
 
 #include <errno.h>
-#include <fcntl.h>
 #include <stdlib.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <condition_variable>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <mutex>
 
@@ -91,24 +88,6 @@ void DeviceTest::TearDown() {
     EXPECT_LT(lines().size(), kMaxLogLines) << "the log overflowed";
     device_.reset();
     emulated::reset();
-}
-
-mode_t DeviceTest::modeOf(const std::string& devicePath) const {
-    return static_cast<mode_t>(fs::status(hostPath(devicePath)).permissions() & fs::perms::mask);
-}
-
-void DeviceTest::makeReadOnly(const std::string& devicePath) const {
-    fs::path path = hostPath(devicePath);
-    fs::permissions(path, fs::is_directory(path) ? static_cast<fs::perms>(0555)
-                                                 : static_cast<fs::perms>(0444));
-}
-
-void DeviceTest::createFaultNode() const {
-    writeFile(emulated::fault_node::kPath, "", 0444);
-}
-
-void DeviceTest::makeUfsStorage() const {
-    writeFile(aidl::vendor::zenth::hardware::misc::kUfsBlockDevicePath, "", 0660);
 }
 
 void DeviceTest::createReservePartition() {

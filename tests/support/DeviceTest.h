@@ -84,18 +84,13 @@ class DeviceTest : public ::testing::Test {
         return device_->readFile(devicePath);
     }
     bool exists(const std::string& devicePath) const { return device_->exists(devicePath); }
-    // Permission bits (07777) of the host file or directory.
-    mode_t modeOf(const std::string& devicePath) const;
+    mode_t modeOf(const std::string& devicePath) const { return device_->modeOf(devicePath); }
     void makeDir(const std::string& devicePath, mode_t mode = 0755) const {
         device_->makeDir(devicePath, mode);
     }
-    // Files become 0444, directories 0555: the daemon can then neither write them nor create
-    // or remove entries in them.
-    void makeReadOnly(const std::string& devicePath) const;
-    // An empty "/proc/fpga/errinfoto_op": the fault node exists.
-    void createFaultNode() const;
-    // "dev/block/sda", whose existence marks UFS storage.
-    void makeUfsStorage() const;
+    void makeReadOnly(const std::string& devicePath) const { device_->makeReadOnly(devicePath); }
+    void createFaultNode() const { device_->createFaultNode(); }
+    void makeUfsStorage() const { device_->makeUfsStorage(); }
 
     // ---- Reserve partition ----
     // A zero-filled image; also the baseline of the comparison.

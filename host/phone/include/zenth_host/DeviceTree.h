@@ -44,6 +44,15 @@ class DeviceTree {
     void writeFile(const std::string& devicePath, const std::string& bytes,
                    mode_t mode = 0644) const;
     void makeDir(const std::string& devicePath, mode_t mode = 0755) const;
+    // Permission bits (07777) of the host file or folder.
+    mode_t modeOf(const std::string& devicePath) const;
+    // Files become 0444, folders 0555: the daemon can then neither write them nor create or
+    // remove entries in them.
+    void makeReadOnly(const std::string& devicePath) const;
+    // An empty "/proc/fpga/errinfoto_op": the fault node exists.
+    void createFaultNode() const;
+    // "dev/block/sda", whose existence marks UFS storage.
+    void makeUfsStorage() const;
 
     // The reserve partition image, zero-filled at its size.
     void createReservePartition() const;
