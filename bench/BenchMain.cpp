@@ -23,16 +23,6 @@
 
 #include "Figures.h"
 
-namespace bench {
-
-std::string format(const char* fmt, double value) {
-    char text[128];
-    std::snprintf(text, sizeof(text), fmt, value);
-    return text;
-}
-
-}  // namespace bench
-
 namespace {
 
 void printTable(const bench::Figures& figures) {

@@ -16,6 +16,7 @@
 
 #pragma once
 
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -38,6 +39,11 @@ void measureMemory(Figures& figures);
 // Calls and faults held over several starts of the daemon, each ended by SIGKILL.
 void measureLoadHeld(Figures& figures);
 
-std::string format(const char* fmt, double value);
+// One number in printf form, for a figure's text.
+inline std::string format(const char* fmt, double value) {
+    char text[128];
+    std::snprintf(text, sizeof(text), fmt, value);
+    return text;
+}
 
 }  // namespace bench
