@@ -23,16 +23,6 @@
 
 #include "Figures.h"
 
-namespace bench {
-
-std::string format(const char* fmt, double value) {
-    char text[128];
-    std::snprintf(text, sizeof(text), fmt, value);
-    return text;
-}
-
-}  // namespace bench
-
 namespace {
 
 void printTable(const bench::Figures& figures) {
@@ -59,12 +49,12 @@ int main(int argc, char** argv) {
     int count = static_cast<int>(args.size());
 
     bench::Figures figures;
-    // Forks first, while this is the only thread.
+    // The daemon runs in child processes, forked while this process has no other thread.
     bench::measureStartup(figures);
-    bench::measureMemory(figures);
+    bench::measureResidentSet(figures);
     bench::measureCalls(figures, count, args.data());
     bench::measureFaultStorm(figures);
-    bench::measureLoadHeld(figures);
+    bench::measureLoad(figures);
     printTable(figures);
     int missed = 0;
     for (const auto& figure : figures) missed += figure.target.empty() || figure.met ? 0 : 1;

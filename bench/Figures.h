@@ -16,6 +16,7 @@
 
 #pragma once
 
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -30,14 +31,21 @@ struct Figure {
 };
 using Figures = std::vector<Figure>;
 
+// The start-up to the registration against its floor.
+void measureStartup(Figures& figures);
+// The daemon's resident set over that of an empty program.
+void measureResidentSet(Figures& figures);
 // Interface calls against their floors (Google Benchmark; takes its command-line flags).
 void measureCalls(Figures& figures, int argc, char** argv);
 void measureFaultStorm(Figures& figures);
-void measureStartup(Figures& figures);
-void measureMemory(Figures& figures);
-// Calls and faults held over several starts of the daemon, each ended by SIGKILL.
-void measureLoadHeld(Figures& figures);
+// Calls from client processes while faults arrive, against the same calls on an idle daemon.
+void measureLoad(Figures& figures);
 
-std::string format(const char* fmt, double value);
+// One number in printf form, for a figure's text.
+inline std::string format(const char* fmt, double value) {
+    char text[128];
+    std::snprintf(text, sizeof(text), fmt, value);
+    return text;
+}
 
 }  // namespace bench

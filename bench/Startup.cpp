@@ -14,31 +14,44 @@
  * limitations under the License.
  */
 
-// The daemon's start up to its registration, and the floor it is measured against.
+// The daemon's start-up to its registration against a floor that makes the same system calls,
+// and its resident set over that of an empty program linked the same way.
 
 #include <android/binder_manager.h>
 #include <android/binder_process.h>
 #include <android/log.h>
 #include <fcntl.h>
 #include <poll.h>
+#include <signal.h>
+#include <sys/wait.h>
 #include <unistd.h>
+#include <zenth_host/EmulatedDevice.h>
 
+#include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <thread>
+#include <vector>
 
+#include <zenth_host/DeviceTree.h>
+#include <zenth_host/host_log.h>
+#include "ChildProcess.h"
+#include "Figures.h"
 #include "MiscLogTag.h"
 #include "ReservePartition.h"
-#include "Startup.h"
-#include "zenthmisc-impl/ZenthExgpio.h"
-#include "zenthmisc-impl/ZenthFan.h"
-#include "zenthmisc-impl/ZenthFpga.h"
+#include "ServiceEntry.h"
 #include "zenthmisc-impl/ZenthMisc.h"
 
 namespace bench {
+
+using zenth_host::Logger;
+
+using zenth_host::useLogger;
 
 namespace {
 
@@ -46,7 +59,11 @@ namespace misc = aidl::vendor::zenth::hardware::misc;
 using Clock = std::chrono::steady_clock;
 using misc::kMiscLogTag;
 
-const std::string kInstance = std::string() + misc::IZenthMisc::descriptor + "/default";
+constexpr int kStartupRuns = 21;
+constexpr double kStartupTargetUs = 2000;
+constexpr long kOverheadTargetKiB = 1024;
+constexpr auto kSettled = std::chrono::milliseconds(500);
+constexpr auto kSettleTimeout = std::chrono::seconds(10);
 
 double microsecondsSince(Clock::time_point start) {
     return std::chrono::duration<double, std::micro>(Clock::now() - start).count();
@@ -150,26 +167,9 @@ class EmptyService : public misc::BnZenthMisc {
     static ndk::ScopedAStatus ok() { return ndk::ScopedAStatus::ok(); }
 };
 
-}  // namespace
-
-double startDaemonUntilRegistered() {
-    const auto start = Clock::now();
-    __android_log_print(ANDROID_LOG_ERROR, kMiscLogTag, "service zenth misc aidl started!");
-    ABinderProcess_setThreadPoolMaxThreadCount(0);
-    auto service = ndk::SharedRefBase::make<misc::ZenthMisc>();
-    misc::ZenthFpga fpga;
-    misc::ZenthExgpio exgpio;
-    fpga.startFpgaThread();
-    fpga.fpgaReportStats();
-    exgpio.exgpioReportStats();
-    misc::ZenthFan fan;
-    ndk::SpAIBinder binder = service->asBinder();
-    const bool registered = AServiceManager_addService(binder.get(), kInstance.c_str()) == STATUS_OK;
-    return registered ? microsecondsSince(start) : -1;
-}
-
-double startFloorUntilRegistered() {
-    const auto start = Clock::now();
+// The floor's entry: the same steps, then the registration of an interface with nothing
+// behind it, and serving for good.
+int runFloorEntry() {
     __android_log_print(ANDROID_LOG_ERROR, kMiscLogTag, "service zenth misc aidl started!");
     ABinderProcess_setThreadPoolMaxThreadCount(0);
     auto service = ndk::SharedRefBase::make<EmptyService>();
@@ -184,8 +184,95 @@ double startFloorUntilRegistered() {
     std::thread(delayReport, "Another thread to delay report exgpio info").detach();
     probeFan();
     ndk::SpAIBinder binder = service->asBinder();
-    const bool registered = AServiceManager_addService(binder.get(), kInstance.c_str()) == STATUS_OK;
-    return registered ? microsecondsSince(start) : -1;
+    if (AServiceManager_addService(binder.get(), serviceInstance().c_str()) != STATUS_OK) abort();
+    ABinderProcess_joinThreadPool();
+    return 1;
+}
+
+// Microseconds from an entry's first step to its registration, seen by a client waiting for
+// the service; -1 when it never registered. In a child process, so that its threads end with it.
+double timeToRegistration(int (*entry)()) {
+    double us = -1;
+    const bool registered = runInChild(
+            [entry] {
+                std::atomic<Clock::rep> start{0};
+                std::thread([entry, &start] {
+                    start = Clock::now().time_since_epoch().count();
+                    entry();
+                }).detach();
+                waitForService();
+                return microsecondsSince(Clock::time_point(Clock::duration(start)));
+            },
+            &us);
+    return registered ? us : -1;
+}
+
+double median(std::vector<double>& runs) {
+    std::sort(runs.begin(), runs.end());
+    return runs[runs.size() / 2];
+}
+
+// Runs a program on the device; its resident set once neither that nor its number of threads
+// has changed for half a second, -1 when it never settles.
+long settledResidentKiB(const zenth_host::DeviceTree& device, const char* program) {
+    const pid_t child = startProgram(program,
+                                     {{emulated::kRootEnvironment, device.root()},
+                                      {emulated::sleeping::kFastSleepEnvironment, "1"}},
+                                     "/dev/null", "/dev/null");
+    const auto deadline = Clock::now() + kSettleTimeout;
+    long kib = -1;
+    long last[2] = {-1, -1};
+    auto since = Clock::now();
+    while (Clock::now() < deadline) {
+        const long now[2] = {residentKiB(child), processStatus(child, "Threads")};
+        if (now[0] != last[0] || now[1] != last[1]) {
+            std::copy(now, now + 2, last);
+            since = Clock::now();
+        } else if (Clock::now() - since >= kSettled) {
+            kib = now[0];
+            break;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+    return kib;
+}
+
+}  // namespace
+
+void measureStartup(Figures& figures) {
+    zenth_host::ScratchDevice device("/dev/shm");
+    device.buildSamplePhone();
+    useLogger(Logger::Stderr);
+    std::vector<double> starts;
+    std::vector<double> floors;
+    for (int i = 0; i < kStartupRuns; ++i) {
+        starts.push_back(timeToRegistration(runServiceEntry));
+        floors.push_back(timeToRegistration(runFloorEntry));
+    }
+    useLogger(Logger::NoOp);
+    const double start = median(starts);
+    const double floor = median(floors);
+    figures.push_back(
+            {"Start-up: entry to registration (seeded device)",
+             format("%.2fx the floor", start / floor) + format(" (%.0f us median", start) +
+                     format(", floor %.0f us;", floor) + format(" %.0f us max", starts.back()) +
+                     format(" of %.0f starts)", kStartupRuns),
+             "<= 2 ms", start <= kStartupTargetUs && starts.front() > 0 && floors.front() > 0});
+}
+
+void measureResidentSet(Figures& figures) {
+    zenth_host::ScratchDevice device("/dev/shm");
+    device.buildSamplePhone();
+    const long daemon = settledResidentKiB(device, ZENTH_SERVICE_BINARY);
+    const long idle = settledResidentKiB(device, ZENTH_IDLE_BINARY);
+    figures.push_back({"Daemon resident set over an empty program, same libraries",
+                       format("%.0f KiB", static_cast<double>(daemon - idle)) +
+                               format(" (daemon %.0f KiB", static_cast<double>(daemon)) +
+                               format(", empty %.0f KiB)", static_cast<double>(idle)),
+                       "<= 1024 KiB",
+                       daemon > 0 && idle > 0 && daemon - idle <= kOverheadTargetKiB});
 }
 
 }  // namespace bench

@@ -1,0 +1,206 @@
+/*
+ * Copyright (C) 2026 Zenth
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
+// The daemon under load: clients call it through proxies while the FPGA driver raises faults and
+// the reporters run their passes. Each call gets the result it gets alone, every count reaches
+// the partition, and nothing there changes beyond what the valid calls, the recording and the
+// reporters write.
+
+#include <android/binder_manager.h>
+#include <android/binder_process.h>
+
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <iterator>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <zenth_host/EmulatedDevice.h>
+#include <zenth_host/binder_host.h>
+
+#include "ReservePartition.h"
+#include "support/ReporterTest.h"
+#include "zenthmisc-impl/ZenthExgpio.h"
+#include "zenthmisc-impl/ZenthFpga.h"
+#include "zenthmisc-impl/ZenthMisc.h"
+
+namespace {
+
+namespace misc = aidl::vendor::zenth::hardware::misc;
+using misc::IZenthMisc;
+// Makes one call; true when its status and result are those it gets alone.
+using Call = std::function<bool(IZenthMisc&)>;
+
+constexpr int kClients = 2;
+constexpr int kFaultRounds = 50;
+// Each round raises one i2c, sr and hr count and a fault code.
+constexpr uint64_t kFaultValues[] = {1, 2, 3, 0xAA80000000001234};
+const std::string kFaultCode("ec:\0\0\0\0\0\x12\x34", 10);
+constexpr int kCountFields = misc::kFpgaFaultCodeField - misc::kFpgaRebootField + 1;
+constexpr int32_t kMotor = 1000030;
+const std::string kMotorRecord(misc::kMotorHallRecord.length, '\x07');
+const std::string kInstance = std::string(IZenthMisc::descriptor) + "/default";
+
+Call supports(int32_t deviceId, int32_t flag, int32_t expected) {
+    return [=](IZenthMisc& misc) {
+        int32_t result = 0;
+        return misc.isMiscNodeSupport(deviceId, flag, &result).isOk() && result == expected;
+    };
+}
+
+Call reads(int32_t deviceId, int32_t flag, const std::string& expected) {
+    return [=](IZenthMisc& misc) {
+        std::string text = "stale";
+        return misc.miscReadNodeFile(deviceId, flag, &text).isOk() && text == expected;
+    };
+}
+
+// A negative `expected` stands for any refusal.
+Call writes(int32_t flag, const std::string& data, int32_t expected) {
+    return [=](IZenthMisc& misc) {
+        int32_t result = 0;
+        return misc.miscWriteNodeFile(0, flag, data, &result).isOk() &&
+               (expected < 0 ? result < 0 : result == expected);
+    };
+}
+
+Call saves(int32_t type, const std::string& data, bool expected) {
+    return [=](IZenthMisc& misc) {
+        bool saved = !expected;
+        const std::vector<uint8_t> bytes(data.begin(), data.end());
+        return misc.saveCalibrationData(type, bytes, static_cast<int32_t>(data.size()), &saved)
+                       .isOk() &&
+               saved == expected;
+    };
+}
+
+const std::vector<std::pair<const char*, Call>> kCalls = {
+        {"support 185", supports(0, 185, 1)},
+        {"support 0", supports(0, 0, -1)},
+        {"read 185", reads(0, 185, "1")},
+        {"read 1000", reads(0, 1000, "")},
+        {"read -1/185", reads(-1, 185, "")},
+        {"write 185", writes(185, "1", 1)},
+        {"write 322", writes(322, "1", -1)},
+        {"write 288", writes(288, "1", -1)},
+        {"write 289 sr", writes(289, "sr:1", 4)},
+        {"write 289 xx", writes(289, "xx:1", -1)},
+        {"save motor", saves(kMotor, kMotorRecord, true)},
+        {"save motor 23 bytes", saves(kMotor, kMotorRecord.substr(1), false)},
+        {"save type 0", saves(0, "abcdefgh", false)},
+};
+
+size_t threadCount() {
+    std::filesystem::directory_iterator tasks("/proc/self/task");
+    return static_cast<size_t>(std::distance(tasks, std::filesystem::directory_iterator()));
+}
+
+class UnderLoadTest : public ReporterTest {
+  protected:
+    void SetUp() override {
+        ReporterTest::SetUp();
+        createReservePartition();
+        writePartition(misc::fpgaOpInfoFieldOffset(misc::kFpgaUpField),
+                       misc::counterField("up:0") + misc::counterField("rb:0") +
+                               misc::counterField("i2c:0") + misc::counterField("sr:0") +
+                               misc::counterField("hr:0") + misc::counterField("ec:"));
+        writeFile("/sys/class/leds/red/brightness", "1");  // node 185
+        writeFile("/proc/fpga/status", "");
+        writeFile("/sys/class/ex_gpio/chipid", "");
+        makeDir("/mnt/vendor/zenthreserve");
+        createFaultNode();
+        setService(Service::Running);
+        service_ = ndk::SharedRefBase::make<misc::ZenthMisc>();
+        ASSERT_EQ(AServiceManager_addService(service_->asBinder().get(), kInstance.c_str()),
+                  EX_NONE);
+        server_ = std::thread(ABinderProcess_joinThreadPool);
+    }
+    void TearDown() override {
+        zenth_host::releaseThreadPool();
+        server_.join();
+        service_.reset();
+        ReporterTest::TearDown();
+    }
+
+    // A client process of its own: the whole table, again and again while `running` holds.
+    void runClient(const std::atomic<bool>& running) {
+        zenth_host::OutsideProcess process;
+        auto service = IZenthMisc::fromBinder(
+                ndk::SpAIBinder(AServiceManager_waitForService(kInstance.c_str())));
+        do {
+            for (const auto& [name, call] : kCalls) {
+                if (!call(*service)) lastWrong_ = name;
+            }
+        } while (running);
+    }
+
+    std::shared_ptr<misc::ZenthMisc> service_;
+    std::thread server_;
+    std::atomic<const char*> lastWrong_{nullptr};
+};
+
+TEST_F(UnderLoadTest, CallsGetTheirOwnResultsAndEveryFaultIsCounted) {
+    misc::ZenthFpga fpga;
+    misc::ZenthExgpio exgpio;
+    fpga.startFpgaThread();
+    ASSERT_TRUE(emulated::fault_node::waitForPollCalls(1, kWait));
+    const size_t idleThreads = threadCount();
+
+    std::atomic<bool> running{true};
+    std::vector<std::thread> clients;
+    for (int i = 0; i < kClients; ++i) clients.emplace_back([&] { runClient(running); });
+    bool handled = true;
+    for (int round = 0; round < kFaultRounds && handled; ++round) {
+        for (uint64_t value : kFaultValues) emulated::fault_node::injectValue(value);
+        fpga.fpgaReportStats();
+        exgpio.exgpioReportStats();
+        handled = emulated::fault_node::waitUntilIdle(kWait);
+    }
+    running = false;
+    for (auto& client : clients) client.join();
+    ASSERT_TRUE(handled) << "the watcher stopped taking fault values";
+    EXPECT_EQ(lastWrong_.load(), nullptr) << "wrong: " << lastWrong_.load();
+
+    // The recordings, captures and reporter passes are over once their threads are gone.
+    zenth_host::waitForOnewayCalls();
+    const auto deadline = std::chrono::steady_clock::now() + kWait;
+    while (threadCount() > idleThreads) {
+        ASSERT_LT(std::chrono::steady_clock::now(), deadline) << "threads left working";
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    const std::string counts = std::to_string(kFaultRounds);
+    const int rebootField = misc::fpgaOpInfoFieldOffset(misc::kFpgaRebootField);
+    EXPECT_EQ(readPartition(rebootField, kCountFields * misc::kCounterFieldSize),
+              misc::counterField("rb:0") + misc::counterField("i2c:" + counts) +
+                      misc::counterField("sr:" + counts) + misc::counterField("hr:" + counts) +
+                      misc::counterField(kFaultCode));
+    EXPECT_EQ(readPartition(misc::kMotorHallRecord.emmcOffset, kMotorRecord.size()), kMotorRecord);
+    EXPECT_EQ(readPartition(misc::kFpgaEnableInfoOffset, misc::kFpgaEnableInfoArea.length),
+              misc::counterField("fpga_op_info_e") + misc::counterField("sr:1") +
+                      misc::counterField(""));
+    expectPartitionUnchangedExcept(
+            {{misc::kMotorHallRecord.emmcOffset, kMotorRecord.size()},
+             {rebootField, kCountFields * misc::kCounterFieldSize},
+             {misc::kFpgaEnableInfoOffset, misc::kFpgaEnableInfoArea.length},
+             {misc::kExgpioCounterArea.emmcOffset, misc::kExgpioCounterArea.length}});
+}
+
+}  // namespace
