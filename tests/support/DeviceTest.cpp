@@ -194,7 +194,7 @@ void DeviceTest::createReservePartition() {
     fs::path path = hostPath(kReservePartition);
     create(kReservePartition, [&] {
         fs::create_directories(path.parent_path());
-        { std::ofstream create(path, std::ios::binary | std::ios::trunc); }
+        std::ofstream(path, std::ios::binary | std::ios::trunc).close();
         fs::resize_file(path, static_cast<uintmax_t>(kReservePartitionSize));  // sparse zeros
     });
     snapshotPartition();
