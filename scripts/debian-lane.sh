@@ -46,6 +46,8 @@ if [ ! -x "$root/usr/bin/apt-get" ]; then
     apt-get update -qq
     DEBIAN_FRONTEND=noninteractive apt-get install -y -qq mmdebstrap debian-archive-keyring >/dev/null
   }
+  # mktemp's 0700 would keep the tests' unprivileged processes (and apt's) out of the root.
+  mkdir -p "$root" && chmod 755 "$root"
   mirror=http://deb.debian.org
   mmdebstrap --variant=apt "$suite" "$root" "deb $mirror/debian $suite main" \
     "deb $mirror/debian $suite-updates main" "deb $mirror/debian-security $suite-security main"
