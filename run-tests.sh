@@ -4,8 +4,14 @@
 # char unsigned as on the phone, then with clang under ThreadSanitizer; then a short run of
 # each fuzz harness ("fuzz").
 # Usage: ./run-tests.sh [preset...]   (default: default asan tsan fuzz)
+#        ./run-tests.sh --debian 12|13 [preset...]   the same on a fresh minimal root of that
+#        Debian release (scripts/debian-lane.sh)
 set -euo pipefail
 cd "$(dirname "$0")"
+if [ "${1:-}" = --debian ]; then
+  shift
+  exec scripts/debian-lane.sh "$@"
+fi
 scripts/install-deps.sh
 scripts/check-format.sh
 

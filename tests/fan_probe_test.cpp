@@ -43,7 +43,9 @@ class FanProbeTest : public DeviceTest {
     // Runs the probe and returns its service-tag lines, less the destructor's last one.
     std::string probe() {
         clearLog();
-        { ZenthFan fan; }
+        {
+            ZenthFan fan;  // probes as it starts; its destructor logs last
+        }
         std::string log = messages(kMiscLogTag);
         const std::string last = "D ZenthFan::~ZenthFan\n\n";
         EXPECT_EQ(log.substr(log.size() - last.size()), last);

@@ -446,10 +446,7 @@ class FpgaWatcherTest : public FpgaFaultTest {
     }
     // Returns once no capture or recording holds its lock: the consumer threads whose last
     // log line was seen have finished their work.
-    static void drainConsumers() {
-        { std::lock_guard<std::mutex> capture(gFpgaLogMutex); }
-        { std::lock_guard<std::mutex> recording(gFpgaOpInfoMutex); }
-    }
+    static void drainConsumers() { std::scoped_lock idle(gFpgaLogMutex, gFpgaOpInfoMutex); }
     long countAt(off_t offset) const {
         return std::strtol(readPartition(offset, 13).c_str(), nullptr, 10);
     }

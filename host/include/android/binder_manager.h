@@ -28,8 +28,8 @@ extern "C" {
 #endif
 
 // Registers binder under instance; the service manager keeps its own strong reference.
-__attribute__((warn_unused_result)) binder_exception_t AServiceManager_addService(
-        AIBinder* binder, const char* instance);
+binder_exception_t AServiceManager_addService(AIBinder* binder, const char* instance)
+        __attribute__((warn_unused_result));
 
 // A new strong reference to the service, or null when it is not running. Never waits. A
 // service of another process arrives as a proxy.
