@@ -43,8 +43,8 @@
 #include "FaultRecord.h"
 #include "LoadBoard.h"
 #include "LoadCalls.h"
-#include "ProcessThreads.h"
 #include "ZenthFpgaInternal.h"
+#include "zenth_host/DaemonThreads.h"
 
 namespace bench::load {
 
@@ -268,10 +268,8 @@ const char* pause() {
         return "the watcher did not take every fault value";
     }
     if (!waitUntil(handled, kSettleTimeout)) return "fault values were left unhandled";
-    // The last recording and capture log their lines before they let go of their locks.
-    std::lock_guard<std::mutex> record(misc::gFpgaOpInfoMutex);
-    std::lock_guard<std::mutex> capture(misc::gFpgaLogMutex);
-    if (!zenth_console::waitUntilThreadsParked(kSettleTimeout)) return "threads were left working";
+    // Idle only once the last recording and capture threads have ended.
+    if (!emulated::waitUntilIdle(kSettleTimeout)) return "threads were left working";
     // The resident set sampled now is what the process holds, not what the allocator keeps
     // at hand: the free pages it once touched, a kernel log buffer among them.
     malloc_trim(0);

@@ -25,8 +25,8 @@
 
 #include "ConsoleText.h"
 #include "FaultEvents.h"
-#include "ProcessThreads.h"
 #include "ReserveRegions.h"
+#include "zenth_host/DaemonThreads.h"
 #include "zenth_host/EmulatedDevice.h"
 
 namespace zenth_console {
@@ -249,7 +249,7 @@ void Console::cut(const std::string&, const Words& args) {
                                 &point)) {
         return error("usage: cut count | process <point> | power <point>");
     }
-    if (!waitUntilThreadsParked(kSettleTimeout)) return error("the daemon did not become idle");
+    if (!emulated::waitUntilIdle(kSettleTimeout)) return error("the daemon did not become idle");
     emulated::crash::arm(model, point);
     out_ << "armed\n";
 }
