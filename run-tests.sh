@@ -4,10 +4,12 @@
 # char unsigned as on the phone, then with clang under ThreadSanitizer; then a short run of
 # each fuzz harness ("fuzz").
 # Usage: ./run-tests.sh [preset...]   (default: default asan tsan fuzz)
+#        ./run-tests.sh --arm64          the whole suite built for 64-bit Arm, run under qemu-user
 set -euo pipefail
 cd "$(dirname "$0")"
 scripts/install-deps.sh
 scripts/check-format.sh
+[ "${1:-}" = --arm64 ] && exec scripts/arm64-lane.sh
 
 presets=("$@")
 [ ${#presets[@]} -gt 0 ] || presets=(default asan tsan fuzz)
