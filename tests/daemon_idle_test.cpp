@@ -55,6 +55,10 @@ struct Wait {
     std::function<void()> end;      // lets the wait return
 };
 
+void PrintTo(const Wait& wait, std::ostream* out) {
+    *out << wait.name;
+}
+
 class DaemonIdleTest : public DeviceTest, public ::testing::WithParamInterface<Wait> {};
 
 TEST_P(DaemonIdleTest, CountsAThreadAsIdleOnlyWhileParkedInAPlatformWait) {
@@ -63,7 +67,6 @@ TEST_P(DaemonIdleTest, CountsAThreadAsIdleOnlyWhileParkedInAPlatformWait) {
     ASSERT_TRUE(emulated::waitUntilIdle(kWait));
     wait.prepare();
     std::thread waiting(wait.wait);
-    EXPECT_GE(emulated::daemonThreadCount(), 2u);
     if (wait.parks) {
         EXPECT_TRUE(emulated::waitUntilIdle(kWait));
     } else {

@@ -97,11 +97,6 @@ bool waitUntilIdle(std::chrono::milliseconds timeout) {
             lock, timeout, [caller] { return threads().daemon == threads().parked + caller; });
 }
 
-size_t daemonThreadCount() {
-    std::lock_guard<std::mutex> lock(threads().mutex);
-    return threads().daemon;
-}
-
 namespace daemon_threads {
 
 void setOutsideDaemon(bool outside) {

@@ -36,11 +36,6 @@ namespace emulated {
 // statistics service) do not count, nor does the caller. False on timeout.
 bool waitUntilIdle(std::chrono::milliseconds timeout);
 
-// Threads of the daemon's process now: the binary's main thread and every thread started
-// with std::thread or pthread_create that has not ended, less those that act for another
-// modelled process.
-size_t daemonThreadCount();
-
 // For the platform's stand-ins.
 namespace daemon_threads {
 
