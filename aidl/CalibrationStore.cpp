@@ -27,9 +27,10 @@
 #include <android-base/unique_fd.h>
 #include <android/log.h>
 
+#include "MiscLogTag.h"
 #include "NodeInterface.h"
 #include "ReservePartition.h"
-#include "ZenthMisc.h"
+#include "zenthmisc-impl/ZenthMisc.h"
 
 namespace aidl::vendor::zenth::hardware::misc {
 

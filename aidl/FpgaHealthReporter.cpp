@@ -27,7 +27,7 @@
 #include "ReservePartition.h"
 #include "StatsClient.h"
 #include "StatsDeclaredFlags.h"
-#include "ZenthFpga.h"
+#include "zenthmisc-impl/ZenthFpga.h"
 
 namespace aidl::vendor::zenth::hardware::misc {
 

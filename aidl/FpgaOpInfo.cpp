@@ -33,15 +33,10 @@ std::mutex gFpgaOpInfoMutex;
 
 namespace {
 
-// Operation record: the fields from "i2c" to "ec", read and written back as one unit.
-constexpr int kOpRecordOffset = fpgaOpInfoFieldOffset(kFpgaI2cField);
-constexpr int kOpRecordSize = (kFpgaFaultCodeField - kFpgaI2cField + 1) * kCounterFieldSize;
 constexpr long kCountLimit = 99999999999L;
 
 // Fault code: bits 54..0 of a tagged value, big-endian after the "ec:" key.
 constexpr unsigned long kFaultCodeMask = ~kFaultTagMask;
-constexpr int kFaultCodePos =
-        fpgaOpInfoFieldOffset(kFpgaFaultCodeField) - kOpRecordOffset + kFaultCodeKeyLength;
 
 // Node view of node flag 288: the fields from "up" on, less the last 8 bytes.
 constexpr int kOpInfoViewOffset = fpgaOpInfoFieldOffset(kFpgaUpField);
@@ -67,14 +62,6 @@ static_assert(kEnableHrOffset + kCounterFieldSize ==
               kFpgaEnableInfoOffset + kFpgaEnableInfoArea.length);
 constexpr char kEnableHeader[kCounterFieldSize] = "fpga_op_info_e";  // two NULs after the name
 constexpr int kEnableViewSize = kFpgaOpInfoEnViewLength;
-
-struct CountField {
-    size_t pos;
-    size_t size;
-};
-
-// Position of the count for fault values 1, 2 and 3 ("i2c", "sr", "hr").
-constexpr CountField kCountFields[] = {{4, 12}, {19, 13}, {35, 13}};
 
 unsigned long long readBigEndian(const char* bytes, int size) {
     unsigned long long result = 0;

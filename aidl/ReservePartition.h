@@ -19,7 +19,9 @@
 
 #include <unistd.h>
 
+#include <cstddef>
 #include <cstdint>
+#include <string>
 
 namespace aidl::vendor::zenth::hardware::misc {
 
@@ -78,6 +80,20 @@ constexpr bool reserveRegionsAreDisjoint() {
 }
 static_assert(reserveRegionsAreDisjoint());
 
+// The image the factory makes holds every region on both storage kinds.
+inline constexpr int kReservePartitionSize = 6 * 1024 * 1024;
+
+constexpr bool reserveRegionsFit() {
+    for (const ReserveRegion& region : kReserveRegions) {
+        if (region.emmcOffset + region.length > kReservePartitionSize ||
+            region.ufsOffset + region.length > kReservePartitionSize) {
+            return false;
+        }
+    }
+    return true;
+}
+static_assert(reserveRegionsFit());
+
 // The FPGA regions lie at the same offset on both storage kinds.
 inline constexpr int kFpgaOpInfoOffset = kFpgaOpInfoBlock.emmcOffset;
 inline constexpr int kFpgaEnableInfoOffset = kFpgaEnableInfoArea.emmcOffset;
@@ -92,6 +108,13 @@ inline constexpr int kFpgaEnableInfoFieldCount = kFpgaEnableInfoArea.length / kC
 static_assert(kExgpioCounterArea.length % kCounterFieldSize == 0);
 static_assert(kFpgaOpInfoBlock.length % kCounterFieldSize == 0);
 static_assert(kFpgaEnableInfoArea.length % kCounterFieldSize == 0);
+
+// A counter field as the partition holds it: the text, then NUL bytes up to the field's end.
+inline std::string counterField(const std::string& text) {
+    std::string bytes = text.substr(0, kCounterFieldSize);
+    bytes.resize(kCounterFieldSize, '\0');
+    return bytes;
+}
 
 // Motor hall calibration record: signed 32-bit little-endian values, as the client sent them.
 inline constexpr int kMotorHallRecordValues =
@@ -122,8 +145,36 @@ constexpr int fpgaOpInfoFieldOffset(int field) {
     return kFpgaOpInfoOffset + field * kCounterFieldSize;
 }
 
+// Operation record: the fields from "i2c" to "ec", read and written back as one unit.
+inline constexpr int kOpRecordOffset = fpgaOpInfoFieldOffset(kFpgaI2cField);
+inline constexpr int kOpRecordSize = (kFpgaFaultCodeField - kFpgaI2cField + 1) * kCounterFieldSize;
+
+// A count's text in the record: after its field's key, up to the field's end.
+struct CountField {
+    size_t pos;
+    size_t size;
+};
+
+constexpr CountField countAfterKey(FpgaOpInfoField field, size_t keyLength) {
+    return {(field - kFpgaI2cField) * kCounterFieldSize + keyLength, kCounterFieldSize - keyLength};
+}
+
+// Position of the count for fault values 1, 2 and 3 ("i2c", "sr", "hr").
+inline constexpr CountField kCountFields[] = {countAfterKey(kFpgaI2cField, 4),
+                                              countAfterKey(kFpgaSrField, 3),
+                                              countAfterKey(kFpgaHrField, 3)};
+
 // The fault code field holds its key "ec:", then the code as raw big-endian bytes.
 inline constexpr int kFaultCodeKeyLength = 3;
 inline constexpr int kFaultCodeSize = 7;
+inline constexpr int kFaultCodePos =
+        fpgaOpInfoFieldOffset(kFpgaFaultCodeField) - kOpRecordOffset + kFaultCodeKeyLength;
+
+// Fields of the expander GPIO counter area; field 4 belongs to someone else and is left alone.
+// The reporter rewrites the previous counts, kPrevI2c and kPrevRs.
+namespace exgpio {
+enum Field { kLeading, kI2c, kRs, kPw, kPrevI2c = 5, kPrevRs = 6 };
+}  // namespace exgpio
+static_assert(exgpio::kPrevRs + 1 == kExgpioFieldCount);
 
 }  // namespace aidl::vendor::zenth::hardware::misc

@@ -14,7 +14,7 @@
  * limitations under the License.
  */
 
-#include "ZenthExgpio.h"
+#include "zenthmisc-impl/ZenthExgpio.h"
 
 #include <stdio.h>
 
@@ -34,9 +34,7 @@ namespace {
 
 constexpr const char* kExgpioProbePath = "/sys/class/ex_gpio/chipid";
 
-// Fields of the counter area; field 4 belongs to someone else and is left alone.
-enum ExgpioField { kLeading, kI2c, kRs, kPw, kPrevI2c = 5, kPrevRs = 6 };
-static_assert(kPrevRs + 1 == kExgpioFieldCount);
+using namespace exgpio;
 
 constexpr int32_t kExgpioAtomId = 100272;
 
@@ -47,11 +45,11 @@ struct ExgpioWorkingCopy {
 
 void parseExgpioFields(const char* area, ExgpioWorkingCopy& copy) {
     constexpr struct {
-        ExgpioField field;
+        exgpio::Field field;
         const char* key;
     } kParsed[] = {{kI2c, "i2c"}, {kRs, "rs"}, {kPw, "pw"}, {kPrevI2c, "pi2c"}, {kPrevRs, "prs"}};
 
-    for (ExgpioField field : {kLeading, kI2c, kRs, kPw, kPrevI2c, kPrevRs}) {
+    for (exgpio::Field field : {kLeading, kI2c, kRs, kPw, kPrevI2c, kPrevRs}) {
         copyCounterField(copy.fields[field], area + field * kCounterFieldSize);
     }
     __android_log_print(ANDROID_LOG_ERROR, nullptr, "exgpio: %s %s %s %s %s %s\n",

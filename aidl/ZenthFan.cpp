@@ -14,7 +14,7 @@
  * limitations under the License.
  */
 
-#include "ZenthFan.h"
+#include "zenthmisc-impl/ZenthFan.h"
 
 #include <string.h>
 #include <unistd.h>

@@ -14,7 +14,7 @@
  * limitations under the License.
  */
 
-#include "ZenthFpga.h"
+#include "zenthmisc-impl/ZenthFpga.h"
 
 #include <errno.h>
 #include <fcntl.h>

@@ -24,7 +24,7 @@
 #include <mutex>
 #include <string>
 
-#include "ZenthFpga.h"
+#include "zenthmisc-impl/ZenthFpga.h"
 
 namespace aidl::vendor::zenth::hardware::misc {
 

@@ -14,7 +14,7 @@
  * limitations under the License.
  */
 
-#include "ZenthMisc.h"
+#include "zenthmisc-impl/ZenthMisc.h"
 
 #include <stdio.h>
 #include <string.h>
@@ -25,6 +25,7 @@
 #include <android/log.h>
 
 #include "CalibrationStore.h"
+#include "MiscLogTag.h"
 #include "NodeInterface.h"
 #include "ReservePartition.h"
 

@@ -22,10 +22,11 @@
 
 #include <android/log.h>
 
+#include "MiscLogTag.h"
 #include "MiscNodeTable.h"
 #include "NodeInterface.h"
-#include "ZenthFpga.h"
-#include "ZenthMisc.h"
+#include "zenthmisc-impl/ZenthFpga.h"
+#include "zenthmisc-impl/ZenthMisc.h"
 
 namespace aidl::vendor::zenth::hardware::misc {
 

@@ -23,10 +23,10 @@
 #include <android/binder_process.h>
 #include <android/log.h>
 
-#include "ZenthExgpio.h"
-#include "ZenthFan.h"
-#include "ZenthFpga.h"
-#include "ZenthMisc.h"
+#include "zenthmisc-impl/ZenthExgpio.h"
+#include "zenthmisc-impl/ZenthFan.h"
+#include "zenthmisc-impl/ZenthFpga.h"
+#include "zenthmisc-impl/ZenthMisc.h"
 
 using aidl::vendor::zenth::hardware::misc::IZenthMisc;
 using aidl::vendor::zenth::hardware::misc::ZenthExgpio;

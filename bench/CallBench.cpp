@@ -28,9 +28,11 @@
 #include <memory>
 #include <string>
 
-#include <zenth_host/SeededDevice.h>
+#include <zenth_host/DeviceTree.h>
+#include <zenth_host/host_log.h>
 #include "Figures.h"
-#include "ZenthMisc.h"
+#include "MiscLogTag.h"
+#include "zenthmisc-impl/ZenthMisc.h"
 
 namespace bench {
 
@@ -154,8 +156,8 @@ std::string name(const Pair& pair, const char* side, Logger logger) {
 }  // namespace
 
 void measureCalls(Figures& figures, int argc, char** argv) {
-    zenth_host::SeededDevice device;
-    device.seedSample();
+    zenth_host::ScratchDevice device("/dev/shm");
+    device.buildSamplePhone();
     device.writeFile(kNode, std::string(kNodeSize, '7'));
     useLogger(Logger::NoOp);
     gMisc = ndk::SharedRefBase::make<ZenthMisc>();

@@ -23,6 +23,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <fstream>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -50,6 +51,21 @@ bool runInChild(Work work, Result* result) {
     close(pipeFds[0]);
     waitpid(child, nullptr, 0);
     return received;
+}
+
+// A number of /proc/<pid>/status: "VmRSS" (resident set, KiB), "VmHWM" (its peak, KiB),
+// "Threads"; -1 when it cannot be read.
+inline long processStatus(pid_t pid, const std::string& field) {
+    std::ifstream status("/proc/" + std::to_string(pid) + "/status");
+    const std::string prefix = field + ":";
+    for (std::string line; std::getline(status, line);) {
+        if (line.rfind(prefix, 0) == 0) return std::stol(line.substr(prefix.size()));
+    }
+    return -1;
+}
+
+inline long residentKiB(pid_t pid) {
+    return processStatus(pid, "VmRSS");
 }
 
 using Environment = std::vector<std::pair<std::string, std::string>>;

@@ -43,7 +43,7 @@ constexpr WrittenRegion kWrittenRegions[] = {
         {misc::fpgaOpInfoFieldOffset(misc::kFpgaRebootField), misc::kCounterFieldSize},
         {kFaultRecordOffset, kFaultRecordSize},
         {misc::kFpgaEnableInfoOffset, misc::kFpgaEnableInfoArea.length},
-        {misc::kExgpioCounterArea.emmcOffset + 5 * misc::kCounterFieldSize,
+        {misc::kExgpioCounterArea.emmcOffset + misc::exgpio::kPrevI2c * misc::kCounterFieldSize,
          2 * misc::kCounterFieldSize},
 };
 
@@ -55,12 +55,6 @@ const char* const kRestoredNodes[] = {
 };
 constexpr const char* kTriStateFlagPath =
         "/mnt/vendor/persist/engineermode/tri_state_hall_calib_flag";
-
-std::string field(const std::string& text) {
-    std::string padded = text;
-    padded.resize(misc::kCounterFieldSize, '\0');
-    return padded;
-}
 
 bool isOneOf(const std::string& bytes, const std::vector<std::string>& allowed) {
     return std::find(allowed.begin(), allowed.end(), bytes) != allowed.end();
@@ -87,12 +81,14 @@ void checkPartition(const std::string& before, const std::string& after,
     if (!isOneOf(bytes(after, motor, motorLength), {bytes(before, motor, motorLength), saved})) {
         changes->push_back("motor record");
     }
-    const std::string none = field("");
+    const std::string none = misc::counterField("");
     const int enable = misc::kFpgaEnableInfoOffset;
     const int size = misc::kCounterFieldSize;
-    if (!isOneOf(bytes(after, enable, size), {none, field("fpga_op_info_e")}) ||
-        !isOneOf(bytes(after, enable + size, size), {none, field(load::kEnableSrText)}) ||
-        !isOneOf(bytes(after, enable + 2 * size, size), {none, field(load::kEnableHrText)})) {
+    if (!isOneOf(bytes(after, enable, size), {none, misc::counterField("fpga_op_info_e")}) ||
+        !isOneOf(bytes(after, enable + size, size),
+                 {none, misc::counterField(load::kEnableSrText)}) ||
+        !isOneOf(bytes(after, enable + 2 * size, size),
+                 {none, misc::counterField(load::kEnableHrText)})) {
         changes->push_back("enable-info area");
     }
 }
@@ -121,9 +117,9 @@ void checkFiles(const DeviceState& before, const DeviceState& after,
 
 }  // namespace
 
-DeviceState deviceState(const zenth_host::SeededDevice& device) {
+DeviceState deviceState(const zenth_host::DeviceTree& device) {
     DeviceState state;
-    state.partition = device.readPartition(0, zenth_host::kPartitionSize);
+    state.partition = device.readPartition(0, misc::kReservePartitionSize);
     const fs::path root = device.root();
     for (auto it = fs::recursive_directory_iterator(root); it != fs::recursive_directory_iterator();
          ++it) {

@@ -23,7 +23,7 @@
 #include <string>
 #include <vector>
 
-#include <zenth_host/SeededDevice.h>
+#include <zenth_host/DeviceTree.h>
 
 namespace bench {
 
@@ -33,7 +33,7 @@ struct DeviceState {
 };
 
 // The partition and every file but the fault log dumps.
-DeviceState deviceState(const zenth_host::SeededDevice& device);
+DeviceState deviceState(const zenth_host::DeviceTree& device);
 
 // The changes the load had no business making, each named; empty when there are none.
 std::vector<std::string> changesBeyondTheLoad(const DeviceState& before, const DeviceState& after);

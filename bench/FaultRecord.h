@@ -30,19 +30,17 @@ namespace bench {
 namespace misc = aidl::vendor::zenth::hardware::misc;
 
 // The record the fault recording rewrites: the i2c, sr, hr and fault code fields.
-inline constexpr int kFaultRecordOffset = misc::fpgaOpInfoFieldOffset(misc::kFpgaI2cField);
-inline constexpr int kFaultRecordSize =
-        (misc::kFpgaFaultCodeField - misc::kFpgaI2cField + 1) * misc::kCounterFieldSize;
+inline constexpr int kFaultRecordOffset = misc::kOpRecordOffset;
+inline constexpr int kFaultRecordSize = misc::kOpRecordSize;
 
 // The i2c, sr and hr counts; each text follows its key and colon.
 using FaultCounts = std::array<long, 3>;
 
 inline FaultCounts countsInRecord(const char* record) {
-    static constexpr int kCountText[] = {4, 16 + 3, 32 + 3};
     FaultCounts counts = {};
     for (size_t i = 0; i < counts.size(); ++i) {
         char text[misc::kCounterFieldSize + 1] = {};
-        std::memcpy(text, record + kCountText[i], misc::kCounterFieldSize - 4);
+        std::memcpy(text, record + misc::kCountFields[i].pos, misc::kCountFields[i].size);
         counts[i] = std::strtol(text, nullptr, 10);
     }
     return counts;
@@ -50,7 +48,7 @@ inline FaultCounts countsInRecord(const char* record) {
 
 // The last fault code recorded: seven bytes after the field's key, big-endian.
 inline uint64_t faultCodeInRecord(const char* record) {
-    const int start = 3 * misc::kCounterFieldSize + misc::kFaultCodeKeyLength;
+    const int start = misc::kFaultCodePos;
     uint64_t code = 0;
     for (int i = 0; i < misc::kFaultCodeSize; ++i) {
         code = code << 8 | static_cast<unsigned char>(record[start + i]);

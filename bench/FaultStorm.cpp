@@ -34,7 +34,7 @@
 #include <thread>
 #include <vector>
 
-#include <zenth_host/SeededDevice.h>
+#include <zenth_host/DeviceTree.h>
 #include "ChildProcess.h"
 #include "Figures.h"
 #include "ReservePartition.h"
@@ -44,7 +44,6 @@
 namespace bench {
 
 using zenth_host::Logger;
-using zenth_host::processStatus;
 using zenth_host::useLogger;
 
 namespace {
@@ -167,7 +166,7 @@ double consumersOneByOneSeconds() {
     return secondsSince(start);
 }
 
-long dumpsKept(const zenth_host::SeededDevice& device) {
+long dumpsKept(const zenth_host::DeviceTree& device) {
     std::error_code error;
     auto entries = std::filesystem::directory_iterator(device.hostPath(misc::kFpgaLogDir), error);
     return error ? 0 : static_cast<long>(std::distance(entries, {}));
@@ -188,7 +187,7 @@ bool startIdleDaemon() {
     return emulated::fault_node::waitForPollCalls(1, std::chrono::seconds(5));
 }
 
-StormRun runStorm(const zenth_host::SeededDevice& device) {
+StormRun runStorm(const zenth_host::DeviceTree& device) {
     StormRun run = {};
     run.watching = startIdleDaemon();
     if (!run.watching) return run;
@@ -231,8 +230,11 @@ StormRun runStorm(const zenth_host::SeededDevice& device) {
 }  // namespace
 
 void measureFaultStorm(Figures& figures) {
-    zenth_host::SeededDevice device;
-    device.seedSample();
+    zenth_host::ScratchDevice device("/dev/shm");
+    device.buildSamplePhone();
+    // The storm counts from 0.
+    device.writePartition(misc::fpgaOpInfoFieldOffset(misc::kFpgaSrField),
+                          misc::counterField("sr:0"));
     StormRun run = {};
     if (!runInChild([&device] { return runStorm(device); }, &run) || !run.watching) {
         figures.push_back(

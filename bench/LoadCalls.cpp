@@ -103,15 +103,16 @@ std::vector<LoadCall> makeCalls() {
     const Bytes eight = bytesOf("abcdefgh");
     const Bytes oversize(kMaxCalibration + 1, '7');
     return {
-            // Valid: each result is known on the seeded device, whatever the others did.
+            // Valid: each result is known on the sample phone, whatever the others did.
             initialize(),
             support("isMiscNodeSupport(0, 185)", true, 0, kWrittenNode, 1),
             support("isMiscNodeSupport(0, 289)", true, 0, kEnableInfo, 1),
             support("isMiscNodeSupport(0, 82), a directory", true, 0, 82, 1),
-            read("miscReadNodeFile(0, 40)", true, 0, 40, is({"1\n"})),
-            read("miscReadNodeFile(0, 146), 20480-byte node", true, 0, 146, is({"1\n"})),
+            read("miscReadNodeFile(0, 40)", true, 0, 40, is({"0\n"})),
+            read("miscReadNodeFile(0, 146), 20480-byte node", true, 0, 146,
+                 is({"press_irq:0 i2c_err:0\n"})),
             read("miscReadNodeFile(0, 288)", true, 0, kFaultView,
-                 [](const std::string& text) { return text.rfind("up:0rb:0i2c:", 0) == 0; }),
+                 [](const std::string& text) { return text.rfind("up:37rb:", 0) == 0; }),
             // Only the valid writes below reach the enable-info texts.
             read("miscReadNodeFile(0, 289)", true, 0, kEnableInfo,
                  is({"", enableSr, enableHr, enableSr + enableHr})),

@@ -37,7 +37,7 @@
 #include <thread>
 #include <vector>
 
-#include <zenth_host/SeededDevice.h>
+#include <zenth_host/DeviceTree.h>
 #include "ChildProcess.h"
 #include "DeviceChanges.h"
 #include "FaultRecord.h"
@@ -87,7 +87,7 @@ long descriptorsOf(pid_t pid) {
 // The daemon under load, started afresh on the same device for each life.
 class LoadRun {
   public:
-    explicit LoadRun(const zenth_host::SeededDevice& device) : device_(device) {
+    explicit LoadRun(const zenth_host::DeviceTree& device) : device_(device) {
         board_ = load::createBoard(&boardFd_);
         if (board_ == nullptr) failure_ = "no shared board";
     }
@@ -180,7 +180,7 @@ class LoadRun {
         return true;
     }
 
-    const zenth_host::SeededDevice& device_;
+    const zenth_host::DeviceTree& device_;
     Board* board_ = nullptr;
     int boardFd_ = -1;
     pid_t pid_ = -1;
@@ -227,7 +227,7 @@ struct FaultLedger {
     }
 };
 
-FaultCounts partitionCounts(const zenth_host::SeededDevice& device) {
+FaultCounts partitionCounts(const zenth_host::DeviceTree& device) {
     return countsInRecord(device.readPartition(kFaultRecordOffset, kFaultRecordSize).data());
 }
 
@@ -287,7 +287,7 @@ struct Footprint {
 };
 
 Footprint footprintOf(const LoadRun& run) {
-    return {descriptorsOf(run.pid()), zenth_host::residentKiB(run.pid()),
+    return {descriptorsOf(run.pid()), residentKiB(run.pid()),
             static_cast<long>(run.life(kLastLife).heapInUse)};
 }
 
@@ -302,7 +302,7 @@ struct Outcome {
 
 // Killed lives: the load runs until the kill. The last life samples the daemon after a
 // warm-up and again at the end, both times with the load paused and every fault handled.
-bool runLives(LoadRun& run, const zenth_host::SeededDevice& device, Outcome* outcome) {
+bool runLives(LoadRun& run, const zenth_host::DeviceTree& device, Outcome* outcome) {
     if (!run.start(kIdleLife, true) || !run.run(kIdleRun) || !run.pause()) return false;
     run.kill();
     outcome->faults.base = partitionCounts(device);
@@ -441,8 +441,8 @@ void addBadInputFigure(const LoadRun& run, const Outcome& outcome, Figures& figu
 }  // namespace
 
 void measureLoadHeld(Figures& figures) {
-    zenth_host::SeededDevice device;
-    device.seedSample();
+    zenth_host::ScratchDevice device("/dev/shm");
+    device.buildSamplePhone();
     const DeviceState before = deviceState(device);
     LoadRun run(device);
     Outcome outcome;

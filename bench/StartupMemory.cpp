@@ -30,16 +30,16 @@
 #include <thread>
 #include <vector>
 
-#include <zenth_host/SeededDevice.h>
+#include <zenth_host/DeviceTree.h>
+#include <zenth_host/host_log.h>
 #include "ChildProcess.h"
 #include "Figures.h"
 #include "Startup.h"
-#include "ZenthMisc.h"
+#include "zenthmisc-impl/ZenthMisc.h"
 
 namespace bench {
 
 using zenth_host::Logger;
-using zenth_host::residentKiB;
 using zenth_host::useLogger;
 
 namespace {
@@ -110,7 +110,7 @@ void waitUntilQuiet(const std::string& file, const std::string& marker) {
 }
 
 // Runs a program on the device with its stderr in a file; its resident set once settled.
-long settledResidentKiB(const zenth_host::SeededDevice& device, const char* program,
+long settledResidentKiB(const zenth_host::DeviceTree& device, const char* program,
                         const std::string& marker) {
     const std::string log = device.hostPath("/stderr.log");
     const pid_t child = startProgram(program,
@@ -127,8 +127,8 @@ long settledResidentKiB(const zenth_host::SeededDevice& device, const char* prog
 }  // namespace
 
 void measureStartup(Figures& figures) {
-    zenth_host::SeededDevice device;
-    device.seedSample();
+    zenth_host::ScratchDevice device("/dev/shm");
+    device.buildSamplePhone();
     useLogger(Logger::Stderr);
     std::vector<double> starts;
     std::vector<double> floors;
@@ -148,8 +148,8 @@ void measureStartup(Figures& figures) {
 }
 
 void measureMemory(Figures& figures) {
-    zenth_host::SeededDevice device;
-    device.seedSample();
+    zenth_host::ScratchDevice device("/dev/shm");
+    device.buildSamplePhone();
     useLogger(Logger::NoOp);
     {
         auto service = ndk::SharedRefBase::make<misc::ZenthMisc>();

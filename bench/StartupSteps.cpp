@@ -30,12 +30,13 @@
 #include <string>
 #include <thread>
 
+#include "MiscLogTag.h"
 #include "ReservePartition.h"
 #include "Startup.h"
-#include "ZenthExgpio.h"
-#include "ZenthFan.h"
-#include "ZenthFpga.h"
-#include "ZenthMisc.h"
+#include "zenthmisc-impl/ZenthExgpio.h"
+#include "zenthmisc-impl/ZenthFan.h"
+#include "zenthmisc-impl/ZenthFpga.h"
+#include "zenthmisc-impl/ZenthMisc.h"
 
 namespace bench {
 

@@ -18,8 +18,15 @@
 
 // Invariant checks shared by the fuzz harnesses.
 
-#include <sys/types.h>
+#include <fcntl.h>
+#include <sys/inotify.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <string>
 #include <utility>
 #include <vector>
@@ -27,29 +34,83 @@
 namespace fuzz {
 
 // Prints what broke and aborts, so that libFuzzer keeps the input.
-void require(bool condition, const char* what);
+inline void require(bool condition, const char* what) {
+    if (condition) return;
+    std::fprintf(stderr, "invariant broken: %s\n", what);
+    std::abort();
+}
 
 // The lowest descriptor number free now: a descriptor left open by a call takes it.
-int lowestFreeDescriptor();
+inline int lowestFreeDescriptor() {
+    int fd = open("/dev/null", O_RDONLY);
+    close(fd);
+    return fd;
+}
 
 // Watches the reserve partition image: any byte outside the ranges allowed for the current input
 // that changes is a failure.
 class PartitionWatch {
   public:
-    explicit PartitionWatch(const std::string& hostPath);
-    ~PartitionWatch();
+    explicit PartitionWatch(const std::string& hostPath) {
+        fd_ = open(hostPath.c_str(), O_RDWR);
+        struct stat status = {};
+        require(fd_ >= 0 && fstat(fd_, &status) == 0, "reserve partition image present");
+        size_ = static_cast<size_t>(status.st_size);
+        void* mapping = mmap(nullptr, size_, PROT_READ, MAP_SHARED, fd_, 0);
+        require(mapping != MAP_FAILED, "reserve partition image mapped");
+        image_ = static_cast<const char*>(mapping);
+        baseline_.assign(image_, size_);
+        // Comparing 6 MiB per input would dominate the run: compare only after a write.
+        watch_ = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+        require(watch_ >= 0 && inotify_add_watch(watch_, hostPath.c_str(), IN_MODIFY) >= 0,
+                "reserve partition image watched");
+    }
+    ~PartitionWatch() {
+        munmap(const_cast<char*>(image_), size_);
+        close(watch_);
+        close(fd_);
+    }
     PartitionWatch(const PartitionWatch&) = delete;
     PartitionWatch& operator=(const PartitionWatch&) = delete;
 
     void allow(off_t offset, size_t length) { allowed_.emplace_back(offset, length); }
+
     // Setup of the next input: writes the bytes into the image as the baseline.
-    void set(off_t offset, const std::string& bytes);
+    void set(off_t offset, const std::string& bytes) {
+        require(pwrite(fd_, bytes.data(), bytes.size(), offset) ==
+                        static_cast<ssize_t>(bytes.size()),
+                "partition setup written");
+        baseline_.replace(static_cast<size_t>(offset), bytes.size(), bytes);
+        written();
+    }
+
     // Fails on a change outside the allowed ranges; the image becomes the new baseline.
-    void check();
+    void check() {
+        if (written()) {
+            for (const auto& [offset, length] : allowed_) {
+                baseline_.replace(static_cast<size_t>(offset), length, image_ + offset, length);
+            }
+            if (std::memcmp(baseline_.data(), image_, size_) != 0) {
+                size_t at = 0;
+                while (baseline_[at] == image_[at]) ++at;
+                std::fprintf(stderr,
+                             "reserve partition byte 0x%zx changed outside the allowed "
+                             "regions\n",
+                             at);
+                std::abort();
+            }
+        }
+        allowed_.clear();
+    }
 
   private:
     // Drains the change notifications; whether there were any.
-    bool written();
+    bool written() {
+        char events[4096];
+        bool any = false;
+        while (read(watch_, events, sizeof(events)) > 0) any = true;
+        return any;
+    }
 
     int fd_ = -1;
     int watch_ = -1;

@@ -27,11 +27,13 @@
 #include <string>
 #include <vector>
 
-#include <zenth_host/SeededDevice.h>
+#include <zenth_host/DeviceTree.h>
+#include <zenth_host/host_log.h>
+
 #include "FuzzSupport.h"
 #include "MiscNodeTable.h"
 #include "ReservePartition.h"
-#include "ZenthMisc.h"
+#include "zenthmisc-impl/ZenthMisc.h"
 
 namespace {
 
@@ -44,13 +46,13 @@ constexpr size_t kMaxText = 300;
 constexpr size_t kMaxCalibration = 4100;
 
 struct Harness {
-    zenth_host::SeededDevice device;
+    zenth_host::ScratchDevice device{"/dev/shm"};
     std::shared_ptr<misc::ZenthMisc> service;
     std::unique_ptr<fuzz::PartitionWatch> partition;
     std::vector<int32_t> flags;
 
     Harness() {
-        device.seedSample();
+        device.buildSamplePhone();
         zenth_host::useLogger(zenth_host::Logger::NoOp);
         service = ndk::SharedRefBase::make<misc::ZenthMisc>();
         partition =

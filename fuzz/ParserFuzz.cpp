@@ -27,7 +27,9 @@
 #include <memory>
 #include <string>
 
-#include <zenth_host/SeededDevice.h>
+#include <zenth_host/DeviceTree.h>
+#include <zenth_host/host_log.h>
+
 #include "FuzzSupport.h"
 #include "ReservePartition.h"
 #include "StatsClient.h"
@@ -37,22 +39,18 @@ namespace {
 
 namespace misc = aidl::vendor::zenth::hardware::misc;
 
-constexpr off_t kRecordOffset = misc::fpgaOpInfoFieldOffset(misc::kFpgaI2cField);
-constexpr size_t kRecordSize = 64;
-constexpr uint64_t kTagMask = 0xFF80000000000000ULL;
-constexpr uint64_t kTag = 0xAA80000000000000ULL;
-constexpr size_t kCountOffsets[] = {4, 19, 35};  // record offsets of the i2c, sr, hr counts
+constexpr off_t kRecordOffset = misc::kOpRecordOffset;
+constexpr size_t kRecordSize = misc::kOpRecordSize;
 constexpr long kMaxCount = 99999999999L;
 constexpr size_t kMaxDumps = 10;
 constexpr int32_t kUntouched = 0x5eed;
 
 struct Harness {
-    zenth_host::SeededDevice device;
+    zenth_host::ScratchDevice device{"/dev/shm"};
     std::unique_ptr<fuzz::PartitionWatch> partition;
 
     Harness() {
-        device.seedSample();
-        device.makeDir("/mnt/vendor/zenthreserve/fpga_save_log");
+        device.buildSamplePhone();
         zenth_host::useLogger(zenth_host::Logger::NoOp);
         partition =
                 std::make_unique<fuzz::PartitionWatch>(device.hostPath(misc::kReservePartitionPath));
@@ -86,7 +84,7 @@ uint64_t pickValue(FuzzedDataProvider& input) {
         case 0:
             return input.ConsumeIntegralInRange<uint64_t>(0, 6);
         case 1:
-            return kTag | (input.ConsumeIntegral<uint64_t>() & ~kTagMask);
+            return misc::kFaultTag | (input.ConsumeIntegral<uint64_t>() & ~misc::kFaultTagMask);
         default:
             return input.ConsumeIntegral<uint64_t>();
     }
@@ -94,15 +92,15 @@ uint64_t pickValue(FuzzedDataProvider& input) {
 
 size_t dumpsKept() {
     std::error_code error;
-    auto entries = std::filesystem::directory_iterator(
-            harness().device.hostPath("/mnt/vendor/zenthreserve/fpga_save_log"), error);
+    auto entries = std::filesystem::directory_iterator(harness().device.hostPath(misc::kFpgaLogDir),
+                                                       error);
     return error ? 0 : static_cast<size_t>(std::distance(entries, {}));
 }
 
 void faultValue(FuzzedDataProvider& input) {
     harness().partition->set(kRecordOffset, input.ConsumeBytesAsString(kRecordSize));
     const uint64_t value = pickValue(input);
-    const bool tagged = (value & kTagMask) == kTag;
+    const bool tagged = (value & misc::kFaultTagMask) == misc::kFaultTag;
     const bool counted = value >= 1 && value <= 3;
     harness().partition->allow(kRecordOffset, kRecordSize);
     const int recorded = misc::fpgaOpWrite(value);
@@ -111,7 +109,7 @@ void faultValue(FuzzedDataProvider& input) {
     harness().partition->check();
     if (counted) {
         std::string record = harness().device.readPartition(kRecordOffset, kRecordSize);
-        const char* count = record.c_str() + kCountOffsets[value - 1];
+        const char* count = record.c_str() + misc::kCountFields[value - 1].pos;
         char* end = nullptr;
         long number = std::strtol(count, &end, 10);
         fuzz::require(end != count && *end == '\0' && number >= 0 && number <= kMaxCount,

@@ -28,8 +28,8 @@
 #include <gtest/gtest.h>
 #include <zenth_host/binder_host.h>
 
-#include "ZenthMisc.h"
 #include "support/DeviceTest.h"
+#include "zenthmisc-impl/ZenthMisc.h"
 
 namespace {
 

@@ -32,11 +32,12 @@
 
 #include <gtest/gtest.h>
 
+#include "MiscLogTag.h"
 #include "ReservePartition.h"
-#include "ZenthMisc.h"
 #include "support/DeviceTest.h"
 #include "support/FileSizeLimit.h"
 #include "zenth_host/EmulatedDevice.h"
+#include "zenthmisc-impl/ZenthMisc.h"
 
 namespace aidl::vendor::zenth::hardware::misc {
 namespace {
@@ -94,7 +95,7 @@ TEST_F(CalibrationTest, StartDetectsTheStorageAndReadsTheMatchingMotorRecord) {
             SCOPED_TRACE(std::string(reserve ? "reserve" : "no reserve") +
                          (ufs ? ", UFS" : ", eMMC"));
             std::filesystem::remove(hostPath(kReservePartition));
-            std::filesystem::remove(hostPath(kUfsMarker));
+            std::filesystem::remove(hostPath(misc::kUfsBlockDevicePath));
             if (reserve) {
                 createReservePartition();
                 writePartition(kMotorEmmc, motorRecord({11, 12, 13, 14, 15, 16}));
@@ -425,7 +426,7 @@ TEST_F(CalibrationStoreTest, MotorRecordIsWrittenInPlace) {
     for (const Case& c : cases) {
         SCOPED_TRACE(firstLine(c.type, 0, c.size) + c.log);
         std::filesystem::remove(hostPath(kReservePartition));
-        std::filesystem::remove(hostPath(kUfsMarker));
+        std::filesystem::remove(hostPath(misc::kUfsBlockDevicePath));
         if (c.reserve) createReservePartition();
         if (c.ufs) makeUfsStorage();
         start();

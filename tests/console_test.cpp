@@ -40,7 +40,9 @@ namespace {
 
 namespace fs = std::filesystem;
 namespace misc = aidl::vendor::zenth::hardware::misc;
+using ::testing::Contains;
 using ::testing::ElementsAre;
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::Not;
 using ::testing::StartsWith;
@@ -101,6 +103,7 @@ TEST_F(ConsoleTest, ScriptDrivesEveryCommand) {
     EXPECT_THAT(phone.lines[36], HasSubstr("soft_rest_err"));  // the one saved fault log
     EXPECT_TRUE(exists("/mnt/vendor/zenthreserve/fpga_save_log/" + phone.lines[36]));
     EXPECT_THAT(phone.lines.back(), HasSubstr("Calibration types"));  // help, then quit
+    EXPECT_THAT(phone.lines, Contains(EndsWith("as a crash or a power cut would")));  // row whole
 
     EXPECT_EQ(readFile("/sys/class/leds/red/brightness"), "255");
     EXPECT_EQ(readFile("/mnt/vendor/persist/engineermode/tri_state_hall_data"), "21;22 23");

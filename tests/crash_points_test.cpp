@@ -40,6 +40,7 @@ namespace {
 
 namespace fs = std::filesystem;
 namespace misc = aidl::vendor::zenth::hardware::misc;
+using misc::counterField;
 using zenth_test::PhoneRun;
 using zenth_test::runPhone;
 using zenth_test::slurp;
@@ -51,7 +52,8 @@ constexpr int kFieldSize = misc::kCounterFieldSize;
 constexpr int kRebootField = misc::fpgaOpInfoFieldOffset(misc::kFpgaRebootField);
 constexpr int kFaultRecord = misc::fpgaOpInfoFieldOffset(misc::kFpgaI2cField);  // counts, code
 constexpr int kEnableHeader = misc::kFpgaEnableInfoOffset;
-constexpr int kExgpioPrevious = misc::kExgpioCounterArea.emmcOffset + 5 * kFieldSize;
+constexpr int kExgpioPrevious =
+        misc::kExgpioCounterArea.emmcOffset + misc::exgpio::kPrevI2c * kFieldSize;
 
 // What an operation writes, seen after a cut as one letter: 'n' its new content, 'o' its old
 // one, 'e' empty, '-' none (no file, no dump, nothing handed to the driver), '?' anything else.
@@ -81,12 +83,6 @@ struct Operation {
     std::vector<std::string> processCrash;
     std::vector<std::string> powerCut;
 };
-
-std::string field(const std::string& text) {
-    std::string bytes = text;
-    bytes.resize(kFieldSize, '\0');
-    return bytes;
-}
 
 std::vector<std::string> repeated(size_t times, const std::string& letters,
                                   std::vector<std::string> then) {
@@ -145,7 +141,7 @@ const std::vector<Operation>& operations() {
              {"no", "no", "nn", "nn"},
              {"oo", "no", "no", "nn"}},
             {"EnableInfoAfterItsHeader",
-             {{kEnableHeader, field("fpga_op_info_e") + field("sr:12345")}},
+             {{kEnableHeader, counterField("fpga_op_info_e") + counterField("sr:12345")}},
              {},
              "miscWriteNodeFile 0 289 sr:5\n",
              {Watched::region(kEnableHeader + kFieldSize, kFieldSize)},
@@ -159,14 +155,14 @@ const std::vector<Operation>& operations() {
              {"n-|oe", "n-|ne|on", "ne|nn", "nn"},
              {"o-|oe", "n-|oe", "ne|oe", "ne"}},
             {"FpgaReporterWriteBack",
-             {{kRebootField, field("rb:4")}},
+             {{kRebootField, counterField("rb:4")}},
              plus(kFanNodes, "/sys/class/ex_gpio/chipid"),
              "",
              {Watched::region(kRebootField, kFieldSize)},
              repeated(kRestorePoints, "o", {"n", "n"}),
              repeated(kRestorePoints, "o", {"o", "n"})},
             {"ExgpioReporterWriteBack",
-             {{kExgpioPrevious, field("pi2c:2") + field("prs:0")}},
+             {{kExgpioPrevious, counterField("pi2c:2") + counterField("prs:0")}},
              plus(kFanNodes, "/proc/fpga/status"),
              "",
              {Watched::region(kExgpioPrevious, kFieldSize),

@@ -32,12 +32,12 @@
 #include <android/binder_process.h>
 #include <gtest/gtest.h>
 
-#include "ZenthFpga.h"
 #include "ZenthFpgaInternal.h"
 #include "support/DeviceTest.h"
 #include "zenth_host/DaemonThreads.h"
 #include "zenth_host/EmulatedDevice.h"
 #include "zenth_host/binder_host.h"
+#include "zenthmisc-impl/ZenthFpga.h"
 
 namespace aidl::vendor::zenth::hardware::misc {
 namespace {

@@ -25,25 +25,29 @@
 
 #include <zenth_host/EmulatedDevice.h>
 
-#include "ZenthExgpio.h"
 #include "support/FileSizeLimit.h"
 #include "support/ReporterTest.h"
+#include "zenthmisc-impl/ZenthExgpio.h"
 
 namespace {
 
+using ::aidl::vendor::zenth::hardware::misc::counterField;
 using ::aidl::vendor::zenth::hardware::misc::ZenthExgpio;
 using Strings = std::vector<std::string>;
 using Service = ReporterTest::Service;
 
 constexpr off_t kEmmcArea = 5121024;
 constexpr off_t kUfsArea = 5398528;
-constexpr off_t kPrevI2c = 80;
-constexpr off_t kPrevRs = 96;
+namespace misc = ::aidl::vendor::zenth::hardware::misc;
+constexpr off_t kPrevI2c = misc::exgpio::kPrevI2c * misc::kCounterFieldSize;
+constexpr off_t kPrevRs = misc::exgpio::kPrevRs * misc::kCounterFieldSize;
 constexpr const char* kProbe = "/sys/class/ex_gpio/chipid";
 const std::string kStart = "E Another thread to delay report exgpio info";
 const std::string kUnchanged =
         "E misc exgpio unable to get Stats service or error count is not changed.";
 const std::string kSend = "D doReportEvent\n";
+// The node access logs each previous count's write-back under the same tag.
+const std::string kWriteBack = "D write 16 bytes";
 
 // The counter fields as read; field 4 holds bytes of another owner.
 struct Counts {
@@ -60,8 +64,9 @@ class ExgpioReporterTest : public ReporterTest {
 
     void writeArea(off_t base, const Counts& c, const std::string& leading = "EXG lead") {
         createReservePartition();
-        writePartition(base, field(leading) + field(c.i2c) + field(c.rs) + field(c.pw) +
-                                     field("other:77") + field(c.prevI2c) + field(c.prevRs));
+        writePartition(base, counterField(leading) + counterField(c.i2c) + counterField(c.rs) +
+                                     counterField(c.pw) + counterField("other:77") +
+                                     counterField(c.prevI2c) + counterField(c.prevRs));
     }
 
     void run() {
@@ -69,7 +74,7 @@ class ExgpioReporterTest : public ReporterTest {
     }
 
     void expectPrevious(off_t base, const std::string& prevI2c, const std::string& prevRs) {
-        EXPECT_EQ(readPartition(base + kPrevI2c, 32), field(prevI2c) + field(prevRs));
+        EXPECT_EQ(readPartition(base + kPrevI2c, 32), counterField(prevI2c) + counterField(prevRs));
         expectPartitionUnchangedExcept({{base + kPrevI2c, 32}});
     }
 
@@ -84,7 +89,7 @@ TEST_P(ExgpioStorageTest, ChangedCountsAreSentAndRemembered) {
     if (ufs) makeUfsStorage();
     writeArea(base, kCounts);
     // The other storage kind's area must be neither read nor written.
-    writePartition(ufs ? kEmmcArea : kUfsArea, field("wrong") + field("i2c:50"));
+    writePartition(ufs ? kEmmcArea : kUfsArea, counterField("wrong") + counterField("i2c:50"));
     setService(Service::Running);
 
     run();
@@ -93,7 +98,8 @@ TEST_P(ExgpioStorageTest, ChangedCountsAreSentAndRemembered) {
     EXPECT_EQ(describedAtoms(), Strings{"100272 'EXG lead' 3 1 7"});
     EXPECT_EQ(atoms().at(0).reverseDomainName, "com.zenth");
     EXPECT_EQ(reporterMessages(),
-              (Strings{kStart, "E exgpio: EXG lead i2c:3 rs:1 pw:7 pi2c:2 prs:1\n", kSend}));
+              (Strings{kStart, "E exgpio: EXG lead i2c:3 rs:1 pw:7 pi2c:2 prs:1\n", kWriteBack,
+                       kWriteBack, kSend}));
     expectPrevious(base, "pi2c:3", "prs:1");
 }
 
@@ -153,9 +159,9 @@ const std::string kCutOff = "EXG lead \xc3";
 const ServiceCase kServiceCases[] = {
         {"NotDeclared", Service::NotDeclared, "EXG lead",
          {kStart, "E Stats service is not registered.", "E exgpio: EXG lead" + kFields,
-          kUnchanged}},
+          kWriteBack, kWriteBack, kUnchanged}},
         {"AtomNotSent", Service::Running, kCutOff,
-         {kStart, "E exgpio: " + kCutOff + kFields, kSend,
+         {kStart, "E exgpio: " + kCutOff + kFields, kWriteBack, kWriteBack, kSend,
           "E Unable to report exgpio info to Stats service"}},
 };
 // clang-format on
@@ -201,7 +207,8 @@ TEST_F(ExgpioReporterTest, IncompleteWriteBackIsReportedWithTheByteSum) {
         run();
     }
     EXPECT_EQ(reporterMessages(),
-              (Strings{kStart, "E exgpio: EXG lead i2c:3 rs:1 pw:7 pi2c:2 prs:0\n",
+              (Strings{kStart, "E exgpio: EXG lead i2c:3 rs:1 pw:7 pi2c:2 prs:0\n", kWriteBack,
+                       "D write failed! size:-1",
                        "E update prev exgpio reserve info failed, count = 15\n", kSend}));
     EXPECT_EQ(describedAtoms(), Strings{"100272 'EXG lead' 3 1 7"});
     expectPrevious(kEmmcArea, "pi2c:3", "prs:0");
@@ -215,7 +222,8 @@ TEST_F(ExgpioReporterTest, OneByteReadIsParsedWithTheRestZero) {
     run();
 
     EXPECT_EQ(count("exgpio: E     \n"), 1u);
-    EXPECT_EQ(readPartition(kEmmcArea + kPrevI2c, 32), field("pi2c:0") + field("prs:0"));
+    EXPECT_EQ(readPartition(kEmmcArea + kPrevI2c, 32),
+              counterField("pi2c:0") + counterField("prs:0"));
 }
 
 TEST_F(ExgpioReporterTest, MissingPartitionIsNeitherReadNorWritten) {

@@ -22,10 +22,11 @@
 
 #include <gtest/gtest.h>
 
+#include "MiscLogTag.h"
 #include "ReservePartition.h"
-#include "ZenthFan.h"
-#include "ZenthMisc.h"
 #include "support/DeviceTest.h"
+#include "zenthmisc-impl/ZenthFan.h"
+#include "zenthmisc-impl/ZenthMisc.h"
 
 namespace aidl::vendor::zenth::hardware::misc {
 namespace {

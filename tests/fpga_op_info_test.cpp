@@ -27,6 +27,7 @@
 #include "support/FileSizeLimit.h"
 
 namespace misc = aidl::vendor::zenth::hardware::misc;
+using misc::counterField;
 
 namespace {
 
@@ -42,10 +43,6 @@ constexpr off_t kEnableSr = 0x514330;
 constexpr off_t kEnableHr = 0x514340;
 const std::string kWidestCode("\x7F\xFF\xFF\xFF\xFF\xFF\xFF");
 const std::string kHeader("fpga_op_info_e\0\0", 16);
-
-std::string field(const std::string& text) {
-    return text + std::string(16 - text.size(), '\0');
-}
 
 std::string bytes(std::initializer_list<unsigned char> list) {
     return std::string(list.begin(), list.end());
@@ -88,16 +85,17 @@ TEST_F(FpgaOpInfoTest, CountsParseAndSaturateWithinTheirField) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.before);
-        writePartition(c.field, field(c.before));
+        writePartition(c.field, counterField(c.before));
         EXPECT_EQ(misc::fpgaOpWrite(c.value), 0);
-        EXPECT_EQ(readPartition(c.field, 16), field(c.after));
+        EXPECT_EQ(readPartition(c.field, 16), counterField(c.after));
         expectPartitionUnchangedExcept({{c.field, 16}});
     }
 }
 
 TEST_F(FpgaOpInfoTest, LogsTheRecordBeforeUpdating) {
     std::string ec = "ec:" + bytes({0, 0, 0, 0, 0, 0x12, 0x34});
-    writePartition(kI2cField, field("i2c:5") + field("sr:41") + field("hr:7") + field(ec));
+    writePartition(kI2cField, counterField("i2c:5") + counterField("sr:41") + counterField("hr:7") +
+                                      counterField(ec));
     ASSERT_EQ(misc::fpgaOpWrite(2), 0);
     EXPECT_TRUE(logged(ANDROID_LOG_DEBUG, "fpgaOpWrite: i2c:5 sr:41 hr:7 ec:0x1234 count:64"));
 }
@@ -142,7 +140,7 @@ TEST_F(FpgaOpInfoTest, PartitionFailures) {
     writeFile(kReservePartition, std::string(kI2cField, '\0'));
     clearLog();
     EXPECT_EQ(misc::fpgaOpWrite(2), 0);
-    EXPECT_EQ(messages(defaultTag()), "D fpgaOpWrite:    ec:0x0 count:0\n");
+    EXPECT_EQ(messages(defaultTag()), "D fpgaOpWrite:    ec:0x0 count:0\nD write 64 bytes\n");
     EXPECT_EQ(readPartition(kI2cField, 64), std::string(19, '\0') + "1" + std::string(44, '\0'));
 }
 
@@ -208,14 +206,14 @@ TEST_F(FpgaOpInfoTest, EnableInfoGoesToTheFieldItsFirstSixteenCharactersName) {
         }
         EXPECT_EQ(result, static_cast<int>(c.stored.size()));
         EXPECT_EQ(readPartition(kEnableHeader, 16), kHeader);
-        EXPECT_EQ(readPartition(c.target, 16), field(c.stored));
+        EXPECT_EQ(readPartition(c.target, 16), counterField(c.stored));
         EXPECT_TRUE(logged(ANDROID_LOG_DEBUG, "writeFpgaOpInfo first Info = " + c.stored));
         expectPartitionUnchangedExcept({{kEnableHeader, 16}, {c.target, c.stored.size()}});
     }
 }
 
 TEST_F(FpgaOpInfoTest, HeaderWrittenOnceAndKeptAfterwards) {
-    writePartition(kEnableSr, field("sr:12345"));
+    writePartition(kEnableSr, counterField("sr:12345"));
     misc::ZenthFpga fpga;
     EXPECT_EQ(fpga.writeFpgaOpInfoEn(kReservePartition, "sr:12345"), 8);
     clearLog();
@@ -223,7 +221,7 @@ TEST_F(FpgaOpInfoTest, HeaderWrittenOnceAndKeptAfterwards) {
     EXPECT_TRUE(logged(ANDROID_LOG_DEBUG,
                        "writeFpgaOpInfo readInterface first cb_data = fpga_op_info_e"));
     EXPECT_EQ(count("write 16 bytes"), 0u);
-    EXPECT_EQ(readPartition(kEnableSr, 16), field("sr:52345"));
+    EXPECT_EQ(readPartition(kEnableSr, 16), counterField("sr:52345"));
 }
 
 TEST_F(FpgaOpInfoTest, EnableWriteFailures) {

@@ -24,11 +24,12 @@
 
 #include <zenth_host/EmulatedDevice.h>
 
-#include "ZenthFpga.h"
 #include "support/ReporterTest.h"
+#include "zenthmisc-impl/ZenthFpga.h"
 
 namespace {
 
+using ::aidl::vendor::zenth::hardware::misc::counterField;
 using ::aidl::vendor::zenth::hardware::misc::ZenthFpga;
 using Strings = std::vector<std::string>;
 using Service = ReporterTest::Service;
@@ -40,6 +41,8 @@ const std::string kStart = "E Another thread to delay report fpga info";
 const std::string kNoService = "E misc fpga unable to get Stats service";
 const std::string kReset = "E reset reboot val\n";
 const std::string kSend = "D doReportEvent\n";
+// The node access logs the reboot field's write-back under the same tag.
+const std::string kWriteBack = "D write 16 bytes";
 
 class FpgaReporterTest : public ReporterTest {
   protected:
@@ -51,7 +54,7 @@ class FpgaReporterTest : public ReporterTest {
     void writeBlock(const Strings& fields) {
         createReservePartition();
         std::string bytes;
-        for (const std::string& text : fields) bytes += field(text);
+        for (const std::string& text : fields) bytes += counterField(text);
         writePartition(kBlock, bytes);
     }
 
@@ -81,7 +84,7 @@ TEST_F(FpgaReporterTest, MalformedFieldsCountAsZero) {
     EXPECT_EQ(reporterMessages(),
               (Strings{kStart, "E " + erased + " up12 rb:1 i2c:4 xx:9 hr:2 ec: bf:6\n",
                        "E parse value failed\n", "E parse sr value failed\n",
-                       "E parse value failed\n", kSend, kReset}));
+                       "E parse value failed\n", kSend, kReset, kWriteBack}));
 }
 
 struct RebootCase {
@@ -119,8 +122,9 @@ TEST_P(FpgaRebootCountTest, SendsEveryCounterThenWritesTheRebootFieldBack) {
             kStart, "E " + leading + " up:1 " + c.stored.c_str() + " i2c:4 sr:0 hr:2 ec:5 bf:0\n",
             kSend};
     if (c.reset) messages.push_back(kReset);
+    messages.push_back(kWriteBack);
     EXPECT_EQ(reporterMessages(), messages);
-    EXPECT_EQ(readPartition(kRebootField, 16), field(c.written));
+    EXPECT_EQ(readPartition(kRebootField, 16), counterField(c.written));
     expectPartitionUnchangedExcept({{kRebootField, 16}});
 }
 
@@ -140,12 +144,12 @@ const std::string kCutOff = "FPGA-7 \xe2\x82";
 // clang-format off
 const ServiceCase kServiceCases[] = {
         {"NotDeclared", Service::NotDeclared, "FPGA-7",
-         {kStart, "E Stats service is not registered.", "E FPGA-7" + kFields, kNoService, kReset}},
+         {kStart, "E Stats service is not registered.", "E FPGA-7" + kFields, kNoService, kReset, kWriteBack}},
         {"NotRunning", Service::DeclaredNotRunning, "FPGA-7",
-         {kStart, "E FPGA-7" + kFields, kNoService, kReset}},
+         {kStart, "E FPGA-7" + kFields, kNoService, kReset, kWriteBack}},
         {"AtomNotSent", Service::Running, kCutOff,
          {kStart, "E " + kCutOff + kFields, kSend, "E Unable to report fpga info to Stats service",
-          kReset}},
+          kReset, kWriteBack}},
 };
 // clang-format on
 
@@ -162,7 +166,7 @@ TEST_P(FpgaServiceTest, RebootCountIsResetWithoutAReport) {
 
     EXPECT_EQ(reporterMessages(), c.messages);
     EXPECT_TRUE(atoms().empty());
-    EXPECT_EQ(readPartition(kRebootField, 16), field("rb:0"));
+    EXPECT_EQ(readPartition(kRebootField, 16), counterField("rb:0"));
 }
 
 INSTANTIATE_TEST_SUITE_P(Services, FpgaServiceTest, ::testing::ValuesIn(kServiceCases),
@@ -181,9 +185,11 @@ TEST_F(FpgaReporterTest, UnreadableBlockSendsZerosAndStillWritesBack) {
             std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
     EXPECT_EQ(describedAtoms(), Strings{"100196 '' 0 0 0 0 0 0 0"});
     EXPECT_EQ(reporterMessages(),
-              (Strings{kStart, "E getMessage readInterface /dev/block/by-name/zenthreserve1 error",
-                       kSend}));
-    EXPECT_EQ(readPartition(kRebootField, 16), field("rb:0"));
+              (Strings{kStart,
+                       "D open /dev/block/by-name/zenthreserve1 failed! err:Permission denied",
+                       "E getMessage readInterface /dev/block/by-name/zenthreserve1 error", kSend,
+                       kWriteBack}));
+    EXPECT_EQ(readPartition(kRebootField, 16), counterField("rb:0"));
 }
 
 TEST_F(FpgaReporterTest, EmptyReadIsNoReadFailure) {

@@ -28,11 +28,12 @@
 
 #include <gtest/gtest.h>
 
+#include "MiscLogTag.h"
 #include "MiscNodeTable.h"
 #include "NodeInterface.h"
-#include "ZenthMisc.h"
 #include "support/DeviceTest.h"
 #include "zenth_host/EmulatedDevice.h"
+#include "zenthmisc-impl/ZenthMisc.h"
 
 namespace aidl::vendor::zenth::hardware::misc {
 namespace {
@@ -273,13 +274,15 @@ TEST_F(NodeAccessTest, ReservePartitionRowsShowThePrintableBytesOfTheirRecords) 
                                          12));
     clearLog();
     EXPECT_EQ(read(0, 289), "ab!cd~e" + std::string(20, 'Q'));
+    // The service object's lines carry the same tag; the bytes as read are logged last.
     EXPECT_EQ(messages(defaultTag()),
-              "D ZenthFpga::ZenthFpga\n\nD FPGA_OP_INFO_EN_NODE\nD count = 32\n"
-              "D ZenthFpga::~ZenthFpga\n\n");
-    auto field = [](const std::string& text) { return text + std::string(16 - text.size(), '\0'); };
+              "D in_deviceId = 0,in_nodeFlag = 289\nD ZenthFpga::ZenthFpga\n\n"
+              "D FPGA_OP_INFO_EN_NODE\nD count = 32\nD ZenthFpga::~ZenthFpga\n\n"
+              "D cb_data = ab!cd~eQQQQQQQQQQQQQQQQQQQQ\n");
     const std::string code("\0\0\0\0\0\x12\x34", 7);
-    writePartition(0x514010, field("up:3") + field("rb:2") + field("i2c:1") + field("sr:4") +
-                                     field("hr:5") + field("ec:" + code) + field("bf:9"));
+    writePartition(0x514010, counterField("up:3") + counterField("rb:2") + counterField("i2c:1") +
+                                     counterField("sr:4") + counterField("hr:5") +
+                                     counterField("ec:" + code) + counterField("bf:9"));
     // The last raw code byte, 0x34, is printable and stays behind the text.
     EXPECT_EQ(read(0, 288), "up:3rb:2i2c:1sr:4hr:5ec:12344bf:9");
     expectPartitionUnchangedExcept();

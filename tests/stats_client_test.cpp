@@ -59,7 +59,7 @@ class ParseCounterFieldTest : public ReporterTest,
 TEST_P(ParseCounterFieldTest, ParsesKeyAndNumberWithinTheField) {
     const ParseCase& c = GetParam();
     // Digits and a colon right behind the field would change the result if read.
-    std::string bytes = ReporterTest::field(c.field) + "9:9";
+    std::string bytes = misc::counterField(c.field) + "9:9";
     int32_t value = 0;
 
     EXPECT_EQ(misc::parseCounterField(bytes.data(), c.key, &value), c.parsed);

@@ -93,6 +93,15 @@ void logcatLogger(const struct __android_log_message* log_message) {
     fwrite(text.data(), 1, text.size(), stderr);
 }
 
+void useLogger(Logger logger) {
+    __android_log_set_logger(logger == Logger::NoOp ? [](const struct __android_log_message*) {}
+                                                    : logcatLogger);
+}
+
+const char* loggerName(Logger logger) {
+    return logger == Logger::NoOp ? "no-op logger" : "stderr logger";
+}
+
 }  // namespace zenth_host
 
 #if ZENTH_LIBLOG_LOGGER_DATA

@@ -23,8 +23,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
-#include <sstream>
 #include <string>
 
 #include <zenth_host/FakeStats.h>
@@ -33,7 +31,6 @@
 
 #include "ServiceManager.h"
 #include "ThreadPool.h"
-#include "VintfManifest.h"
 
 namespace zenth_host {
 
@@ -42,22 +39,6 @@ namespace {
 bool environmentIs(const char* name, const char* value) {
     const char* set = std::getenv(name);
     return set != nullptr && std::strcmp(set, value) == 0;
-}
-
-void declareFromManifests() {
-    const char* files = std::getenv("ZENTH_HOST_MANIFESTS");
-    std::istringstream names(files != nullptr ? files : ZENTH_DEVICE_MANIFESTS);
-    for (std::string name; std::getline(names, name, ',');) {
-        if (name.empty()) continue;
-        std::ifstream file(name);
-        if (!file) {
-            std::fprintf(stderr, "host: cannot read the manifest %s\n", name.c_str());
-            continue;
-        }
-        std::stringstream xml;
-        xml << file.rdbuf();
-        declareManifestInstances(aidlInstancesDeclaredIn(xml.str()));
-    }
 }
 
 void startStatsFromEnvironment() {

@@ -19,12 +19,17 @@
 
 #include <android/binder_manager.h>
 #include <android/log.h>
+#include <tinyxml2.h>
 
 #include <chrono>
 #include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
 #include <map>
 #include <mutex>
 #include <set>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -34,6 +39,47 @@
 #include "ServiceManager.h"
 
 namespace {
+
+using tinyxml2::XMLElement;
+
+std::string textOf(const XMLElement* element) {
+    const char* text = element != nullptr ? element->GetText() : nullptr;
+    return text != nullptr ? text : "";
+}
+
+// Every child element of parent with this name, in order.
+template <typename Visit>
+void forEachChild(const XMLElement* parent, const char* name, const Visit& visit) {
+    for (const XMLElement* child = parent->FirstChildElement(name); child != nullptr;
+         child = child->NextSiblingElement(name)) {
+        visit(child);
+    }
+}
+
+// The AIDL instances a manifest declares, as "package.IName/instance", from <fqname> and from
+// <interface> entries of its <hal format="aidl"> elements, as libvintf reads them. Any other
+// file (a compatibility matrix) declares nothing.
+std::vector<std::string> aidlInstancesDeclaredIn(const std::string& xml) {
+    std::vector<std::string> instances;
+    tinyxml2::XMLDocument document(true, tinyxml2::COLLAPSE_WHITESPACE);
+    if (document.Parse(xml.c_str()) != tinyxml2::XML_SUCCESS) return instances;
+    const XMLElement* manifest = document.FirstChildElement("manifest");
+    if (manifest == nullptr) return instances;
+    forEachChild(manifest, "hal", [&](const XMLElement* hal) {
+        if (!hal->Attribute("format", "aidl")) return;
+        const std::string package = textOf(hal->FirstChildElement("name")) + ".";
+        forEachChild(hal, "fqname", [&](const XMLElement* fqname) {
+            instances.push_back(package + textOf(fqname));
+        });
+        forEachChild(hal, "interface", [&](const XMLElement* interface) {
+            const std::string name = textOf(interface->FirstChildElement("name")) + "/";
+            forEachChild(interface, "instance", [&](const XMLElement* instance) {
+                instances.push_back(package + name + textOf(instance));
+            });
+        });
+    });
+    return instances;
+}
 
 struct ServiceManager {
     std::mutex mutex;
@@ -135,6 +181,22 @@ void declareInstance(const std::string& instance) {
     ServiceManager& manager = serviceManager();
     std::lock_guard<std::mutex> lock(manager.mutex);
     manager.declared.insert(instance);
+}
+
+void declareFromManifests() {
+    const char* files = std::getenv("ZENTH_HOST_MANIFESTS");
+    std::istringstream names(files != nullptr ? files : ZENTH_DEVICE_MANIFESTS);
+    for (std::string name; std::getline(names, name, ',');) {
+        if (name.empty()) continue;
+        std::ifstream file(name);
+        if (!file) {
+            std::fprintf(stderr, "host: cannot read the manifest %s\n", name.c_str());
+            continue;
+        }
+        std::stringstream xml;
+        xml << file.rdbuf();
+        declareManifestInstances(aidlInstancesDeclaredIn(xml.str()));
+    }
 }
 
 void resetServiceManager() {

@@ -24,5 +24,8 @@ namespace zenth_host {
 
 // Instances the device's manifest declares; they stay declared for the whole run.
 void declareManifestInstances(const std::vector<std::string>& instances);
+// Declares the instances of the device's manifest files (ZENTH_HOST_MANIFESTS, or the daemon's
+// own fragments).
+void declareFromManifests();
 
 }  // namespace zenth_host

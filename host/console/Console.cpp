@@ -18,14 +18,18 @@
 
 #include <android/binder_manager.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cinttypes>
+#include <cstdint>
 #include <cstdio>
 #include <thread>
 
+#include <zenth_host/DeviceTree.h>
+
 #include "ConsoleText.h"
 #include "FaultEvents.h"
-#include "ReserveRegions.h"
+#include "ReservePartition.h"
 #include "zenth_host/DaemonThreads.h"
 #include "zenth_host/EmulatedDevice.h"
 
@@ -75,6 +79,81 @@ const char* const kHelpNotes =
         "same way.\n"
         "Calibration data: hex:0a1b.. | i32:1,-2,3 (little-endian int32) | text.\n"
         "Calibration types: motor (1000030, 24 bytes), tri (1000104), magcover (1000200).\n";
+
+namespace misc = aidl::vendor::zenth::hardware::misc;
+
+// Past the image's end a record reads as zeros.
+std::string read(const zenth_host::DeviceTree& partition, int offset, int length) {
+    std::string bytes = partition.readPartition(offset, static_cast<size_t>(length));
+    bytes.resize(static_cast<size_t>(length), '\0');
+    return bytes;
+}
+
+// A text field: up to its first NUL, escaped.
+std::string text(const std::string& bytes) {
+    return escapeText(bytes.substr(0, bytes.find('\0')));
+}
+
+int32_t int32At(const std::string& bytes, size_t offset) {
+    uint32_t value = 0;
+    for (int i = 3; i >= 0; --i) value = (value << 8) | static_cast<uint8_t>(bytes[offset + i]);
+    return static_cast<int32_t>(value);
+}
+
+std::string motorRecord(const std::string& bytes) {
+    std::string values;
+    for (int index = 0; index < misc::kMotorHallRecordValues; ++index) {
+        if (index > 0) values += ',';
+        values += std::to_string(int32At(bytes, index * sizeof(int32_t)));
+    }
+    return values;
+}
+
+// "ec:" carries the last fault code as raw big-endian bytes, not as text.
+std::string faultCodeField(const std::string& bytes) {
+    size_t colon = bytes.find(':');
+    const size_t codeSize = misc::kFaultCodeSize;
+    if (colon == std::string::npos || colon + codeSize >= bytes.size()) return text(bytes);
+    uint64_t code = 0;
+    for (size_t i = 1; i <= codeSize; ++i)
+        code = (code << 8) | static_cast<uint8_t>(bytes[colon + i]);
+    char hex[24];
+    std::snprintf(hex, sizeof(hex), "0x%" PRIx64, code);
+    return text(bytes.substr(0, colon + 1)) + hex;
+}
+
+void printFields(std::ostream& out, const zenth_host::DeviceTree& partition, const char* area,
+                 int base, int count) {
+    for (int index = 0; index < count; ++index) {
+        std::string bytes =
+                read(partition, base + index * misc::kCounterFieldSize, misc::kCounterFieldSize);
+        bool code = base == misc::kFpgaOpInfoOffset && index == misc::kFpgaFaultCodeField;
+        out << area << '.' << index << ' ' << (code ? faultCodeField(bytes) : text(bytes)) << '\n';
+    }
+}
+
+// One "name value" line per record field of the reserve partition, decoded for people.
+bool printReserveRegions(std::ostream& out, std::string* error) {
+    const zenth_host::DeviceTree partition(emulated::root());
+    if (!partition.exists(misc::kReservePartitionPath)) {
+        *error = "the device has no reserve partition";
+        return false;
+    }
+    const bool emmc = !partition.exists(misc::kUfsBlockDevicePath);
+    const int motor = misc::kMotorHallRecord.offset(emmc);
+    const int fan = misc::kFanIdentityRegion.offset(emmc);
+    out << "storage " << (emmc ? "emmc" : "ufs") << '\n';
+    out << "motor " << motorRecord(read(partition, motor, misc::kMotorHallRecord.length)) << '\n';
+    out << "fan.id " << text(read(partition, fan, misc::kFanHardwareIdLength)) << '\n';
+    out << "fan.rpm_table "
+        << text(read(partition, fan + misc::kFanRpmTableOffset, misc::kFanRpmTableLength)) << '\n';
+    printFields(out, partition, "fpga", misc::kFpgaOpInfoOffset, misc::kFpgaOpInfoFieldCount);
+    printFields(out, partition, "fpga_enable", misc::kFpgaEnableInfoOffset,
+                misc::kFpgaEnableInfoFieldCount);
+    printFields(out, partition, "exgpio", misc::kExgpioCounterArea.offset(emmc),
+                misc::kExgpioFieldCount);
+    return true;
+}
 
 }  // namespace
 
@@ -272,9 +351,8 @@ void Console::regions(const std::string&, const Words&) {
 void Console::help(const std::string&, const Words&) {
     for (const Command& command : commands()) {
         std::string usage = std::string(command.name) + " " + command.arguments;
-        char row[160];
-        std::snprintf(row, sizeof(row), "  %-46s %s\n", usage.c_str(), command.summary);
-        out_ << row;
+        usage.resize(std::max<size_t>(usage.size(), 46), ' ');
+        out_ << "  " << usage << " " << command.summary << "\n";
     }
     out_ << kHelpNotes;
 }

@@ -33,18 +33,73 @@
 #include <android/log.h>
 
 #include <zenth_host/DaemonThreads.h>
+#include <zenth_host/DeviceTree.h>
 #include <zenth_host/binder_host.h>
 #include <zenth_host/host_log.h>
 
 #include "Console.h"
-#include "PhoneOptions.h"
-#include "SampleDevice.h"
 
 namespace zenth_console {
 
 namespace {
 
 constexpr std::chrono::milliseconds kSettleTimeout{10000};
+
+struct PhoneOptions {
+    std::string deviceFolder;  // absolute
+    bool keepDevice = false;   // a folder named on the command line outlives the run
+    std::string logFile;       // absolute; empty: the daemon's log goes to stderr
+    bool fastSleep = false;
+    std::string scriptFile;  // absolute; empty: commands come from stdin
+};
+
+// Relative paths would otherwise resolve inside the emulated device's root.
+std::string absolute(const std::string& path) {
+    return std::filesystem::absolute(path).lexically_normal().string();
+}
+
+std::string phoneUsage(const std::string& program) {
+    return "usage: " + program +
+           " [--device DIR] [--log FILE] [--fast-sleep] [SCRIPT]\n"
+           "  --device DIR   keep the emulated device in DIR across runs (seeded when new or\n"
+           "                 empty); without it a fresh sample device is made for every run\n"
+           "  --log FILE     write the daemon's log to FILE instead of stderr\n"
+           "  --fast-sleep   let usleep return at once (the reporters then report at start\n"
+           "                 instead of 5 s later)\n"
+           "  SCRIPT         read console commands from SCRIPT instead of stdin\n";
+}
+
+// False with *error set when argv cannot be parsed; --help sets *error to "".
+bool parsePhoneOptions(int argc, char** argv, const std::string& defaultDeviceFolder,
+                       PhoneOptions* options, std::string* error) {
+    *options = PhoneOptions{};
+    options->deviceFolder = absolute(defaultDeviceFolder);
+    for (int i = 1; i < argc; ++i) {
+        const std::string arg = argv[i];
+        const bool takesValue = arg == "--device" || arg == "--log";
+        if (takesValue && i + 1 >= argc) {
+            *error = arg + " needs a value";
+            return false;
+        }
+        if (arg == "--help" || arg == "-h") {
+            error->clear();
+            return false;
+        } else if (arg == "--device") {
+            options->deviceFolder = absolute(argv[++i]);
+            options->keepDevice = true;
+        } else if (arg == "--log") {
+            options->logFile = absolute(argv[++i]);
+        } else if (arg == "--fast-sleep") {
+            options->fastSleep = true;
+        } else if (arg.rfind("-", 0) == 0 || !options->scriptFile.empty()) {
+            *error = "unexpected argument '" + arg + "'";
+            return false;
+        } else {
+            options->scriptFile = absolute(arg);
+        }
+    }
+    return true;
+}
 
 // Set before main by preparePhone, read by the console thread.
 PhoneOptions* gOptions = nullptr;
@@ -58,12 +113,15 @@ PhoneOptions* gOptions = nullptr;
     std::exit(2);
 }
 
+// A kept device is built only when new or empty.
 void prepareDevice(const PhoneOptions& options) {
-    if (!options.keepDevice) std::filesystem::remove_all(options.deviceFolder);
-    if (deviceFolderIsEmpty(options.deviceFolder)) {
-        std::filesystem::create_directories(options.deviceFolder);
-        seedSampleDevice(options.deviceFolder);
-    }
+    namespace fs = std::filesystem;
+    if (!options.keepDevice) fs::remove_all(options.deviceFolder);
+    std::error_code error;
+    if (fs::exists(options.deviceFolder, error) && !fs::is_empty(options.deviceFolder, error))
+        return;
+    fs::create_directories(options.deviceFolder);
+    zenth_host::DeviceTree(options.deviceFolder).buildSamplePhone();
 }
 
 // The platform's start-up reads these right after this function.

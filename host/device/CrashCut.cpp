@@ -14,8 +14,9 @@
  * limitations under the License.
  */
 
-// The crash models: the daemon's write-side calls on the device counted, and the process cut
-// right after one of them, as a kill or a power cut would cut it.
+// The durability model: the daemon's write-side calls on the device counted, and the process
+// cut right after one of them, as a kill or a power cut would cut it; and the record of fsync
+// calls, so that tests can tell which files were flushed to storage.
 
 #include <fcntl.h>
 #include <signal.h>
@@ -23,12 +24,15 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <deque>
 #include <map>
 #include <mutex>
 #include <string>
+#include <vector>
 
 #include "DeviceInternal.h"
 #include "RealCalls.h"
@@ -53,6 +57,34 @@ struct Cut {
 Cut& cut() {
     static Cut* instance = new Cut;  // detached threads may outlive static destruction
     return *instance;
+}
+
+// Only the newest syncs are kept: a long-running emulated phone syncs on every partition write.
+constexpr size_t kMaxRecordedSyncs = 256;
+
+struct Syncs {
+    std::mutex mutex;
+    std::deque<std::string> files;
+};
+
+Syncs& syncs() {
+    static Syncs* instance = new Syncs;
+    return *instance;
+}
+
+std::string fileOf(int fd) {
+    char target[PATH_MAX];
+    std::string link = "/proc/self/fd/" + std::to_string(fd);
+    ssize_t length = readlink(link.c_str(), target, sizeof(target));
+    return length > 0 ? std::string(target, static_cast<size_t>(length)) : std::string();
+}
+
+void recordSync(int fd) {
+    std::string file = fileOf(fd);
+    Syncs& s = syncs();
+    std::lock_guard<std::mutex> lock(s.mutex);
+    s.files.push_back(file);
+    if (s.files.size() > kMaxRecordedSyncs) s.files.pop_front();
 }
 
 std::string contentOf(const std::string& hostPath) {
@@ -84,6 +116,12 @@ void loseWhatWasNotSynced(const Cut& state) {
 }
 
 }  // namespace
+
+void resetSyncs() {
+    Syncs& s = syncs();
+    std::lock_guard<std::mutex> lock(s.mutex);
+    s.files.clear();
+}
 
 bool crashModelArmed() {
     return cut().armed.load(std::memory_order_acquire);
@@ -146,6 +184,12 @@ bool trackedPath(int fd, std::string* hostPath) {
 }
 
 }  // namespace internal
+
+std::vector<std::string> syncedFiles() {
+    internal::Syncs& s = internal::syncs();
+    std::lock_guard<std::mutex> lock(s.mutex);
+    return std::vector<std::string>(s.files.begin(), s.files.end());
+}
 
 namespace crash {
 
@@ -210,5 +254,18 @@ extern "C" ssize_t __wrap_write(int fd, const void* buf, size_t count) {
     beforeWriteSide(hostPath);
     const ssize_t result = __real_write(fd, buf, count);
     afterWriteSide("write", hostPath, WriteEffect::Data);
+    return result;
+}
+
+extern "C" int __wrap_fsync(int fd) {
+    using namespace emulated::internal;
+    recordSync(fd);
+    if (!crashModelArmed()) return __real_fsync(fd);
+    auto lock = writeSideLock();
+    std::string tracked;
+    if (!trackedPath(fd, &tracked)) return __real_fsync(fd);
+    beforeWriteSide(tracked);
+    const int result = __real_fsync(fd);
+    afterWriteSide("fsync", tracked, WriteEffect::Sync);
     return result;
 }

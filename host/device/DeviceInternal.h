@@ -27,6 +27,13 @@
 
 namespace emulated::internal {
 
+// What the permission checks see for a path.
+struct Attributes {
+    uid_t uid = 0;
+    gid_t gid = 0;
+    mode_t mode = 0;  // permission bits (07777)
+};
+
 // Sets *hostPath and returns true when the path is mapped under the current root.
 bool mapPath(const char* devicePath, std::string* hostPath);
 // The reverse: the device path of a host path under root ("/mnt/vendor/..."), else "".

@@ -32,7 +32,6 @@
 #include <string>
 
 #include "DeviceInternal.h"
-#include "InitFiles.h"
 #include "RealCalls.h"
 #include "zenth_host/EmulatedDevice.h"
 
@@ -343,16 +342,6 @@ void copyDevice(const std::string& fromRoot, const std::string& toRoot) {
             writeRecord(toRoot, devicePath, record);
         }
     }
-}
-
-const Credentials& credentials() {
-    return internal::initFiles().service;
-}
-
-bool attributesOf(const std::string& devicePath, Attributes* attributes) {
-    std::string mapped;
-    return internal::mapPath(devicePath.c_str(), &mapped) &&
-           internal::attributesOfHost(mapped, attributes);
 }
 
 }  // namespace emulated

@@ -17,16 +17,13 @@
 #include "support/DeviceTest.h"
 
 #include <errno.h>
-#include <fcntl.h>
 #include <stdlib.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <condition_variable>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <mutex>
 
@@ -37,37 +34,6 @@
 namespace fs = std::filesystem;
 
 namespace {
-
-std::string makeRootFolder() {
-    const char* tmp = std::getenv("TMPDIR");
-    fs::path base = fs::absolute(tmp != nullptr && tmp[0] != '\0' ? tmp : "/tmp");
-    std::string pattern = (base / "zenth-device-XXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr) ADD_FAILURE() << "cannot create " << pattern;
-    // Canonical, so that it compares with paths the kernel reports (fsync record).
-    return fs::canonical(pattern).string();
-}
-
-// Read-only folders left by a test must not stop the removal when it runs unprivileged.
-void removeTree(const std::string& folder) {
-    std::error_code ignored;
-    for (auto it = fs::recursive_directory_iterator(folder, ignored);
-         it != fs::recursive_directory_iterator(); it.increment(ignored)) {
-        if (it->is_directory(ignored) && !it->is_symlink(ignored)) {
-            fs::permissions(it->path(), fs::perms::owner_all, fs::perm_options::add, ignored);
-        }
-    }
-    fs::permissions(folder, fs::perms::owner_all, fs::perm_options::add, ignored);
-    fs::remove_all(folder, ignored);
-}
-
-// One bulk read: the partition image is megabytes, and sanitizer builds are slow per byte.
-std::string readWhole(const std::string& path) {
-    std::ifstream in(path, std::ios::binary | std::ios::ate);
-    std::string content(static_cast<size_t>(std::max<std::streamoff>(in.tellg(), 0)), '\0');
-    in.seekg(0);
-    in.read(content.data(), static_cast<std::streamsize>(content.size()));
-    return content;
-}
 
 // liblog keeps one logger for the process and detached product threads may log at any
 // moment, so the logger stays installed and records into the running test's log under one
@@ -106,10 +72,10 @@ void DeviceTest::SetUp() {
         std::lock_guard<std::mutex> lock(gLogMutex);
         gLog = &log_;
     }
-    root_ = makeRootFolder();
     emulated::reset();
     emulated::sleeping::setMode(emulated::sleeping::Mode::Instant);
-    emulated::setRoot(root_);
+    const char* tmp = std::getenv("TMPDIR");
+    device_.emplace(tmp != nullptr && tmp[0] != '\0' ? tmp : "/tmp");
 }
 
 void DeviceTest::TearDown() {
@@ -120,112 +86,26 @@ void DeviceTest::TearDown() {
     }
     EXPECT_EQ(openDescriptorCount(), descriptorsAtStart_) << "descriptors left open";
     EXPECT_LT(lines().size(), kMaxLogLines) << "the log overflowed";
-    emulated::setRoot("");
+    device_.reset();
     emulated::reset();
-    removeTree(root_);
-}
-
-std::string DeviceTest::hostPath(const std::string& devicePath) const {
-    if (emulated::isMapped(devicePath)) return emulated::hostPath(devicePath);
-    // Never the host's own file: a helper that writes or removes it would harm the host.
-    ADD_FAILURE() << devicePath << " is not a device path";
-    return root_ + "/unmapped" + devicePath;
-}
-
-void DeviceTest::create(const std::string& devicePath, const std::function<void()>& make) const {
-    std::vector<std::string> made;
-    for (fs::path path = devicePath; emulated::isMapped(path.string()) && !exists(path.string());
-         path = path.parent_path()) {
-        made.insert(made.begin(), path.string());
-    }
-    make();
-    for (const std::string& path : made) emulated::boot::place(path);
-}
-
-void DeviceTest::writeFile(const std::string& devicePath, const std::string& bytes,
-                           mode_t mode) const {
-    fs::path path = hostPath(devicePath);
-    create(devicePath, [&] {
-        fs::create_directories(path.parent_path());
-        std::ofstream out(path, std::ios::binary | std::ios::trunc);
-        out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-        out.close();
-        ASSERT_TRUE(out) << "cannot write " << path;
-    });
-    fs::permissions(path, static_cast<fs::perms>(mode));
-}
-
-std::string DeviceTest::readFile(const std::string& devicePath) const {
-    std::string path = hostPath(devicePath);
-    EXPECT_TRUE(fs::is_regular_file(path)) << devicePath << " is not a file";
-    return readWhole(path);
-}
-
-bool DeviceTest::exists(const std::string& devicePath) const {
-    std::error_code ignored;
-    return fs::exists(fs::symlink_status(hostPath(devicePath), ignored));
-}
-
-mode_t DeviceTest::modeOf(const std::string& devicePath) const {
-    return static_cast<mode_t>(fs::status(hostPath(devicePath)).permissions() & fs::perms::mask);
-}
-
-void DeviceTest::makeDir(const std::string& devicePath, mode_t mode) const {
-    fs::path path = hostPath(devicePath);
-    create(devicePath, [&] { fs::create_directories(path); });
-    fs::permissions(path, static_cast<fs::perms>(mode));
-}
-
-void DeviceTest::makeReadOnly(const std::string& devicePath) const {
-    fs::path path = hostPath(devicePath);
-    fs::permissions(path, fs::is_directory(path) ? static_cast<fs::perms>(0555)
-                                                 : static_cast<fs::perms>(0444));
-}
-
-void DeviceTest::createFaultNode() const {
-    writeFile(emulated::fault_node::kPath, "", 0444);
-}
-
-void DeviceTest::makeUfsStorage() const {
-    writeFile(kUfsMarker, "", 0660);
 }
 
 void DeviceTest::createReservePartition() {
-    fs::path path = hostPath(kReservePartition);
-    create(kReservePartition, [&] {
-        fs::create_directories(path.parent_path());
-        { std::ofstream create(path, std::ios::binary | std::ios::trunc); }
-        fs::resize_file(path, static_cast<uintmax_t>(kReservePartitionSize));  // sparse zeros
-    });
+    device_->createReservePartition();
     snapshotPartition();
 }
 
-std::string DeviceTest::readPartition(off_t offset, size_t length) const {
-    std::ifstream in(hostPath(kReservePartition), std::ios::binary);
-    in.seekg(offset);
-    std::string bytes(length, '\0');
-    in.read(bytes.data(), static_cast<std::streamsize>(length));
-    bytes.resize(static_cast<size_t>(in.gcount()));
-    return bytes;
-}
-
 void DeviceTest::writePartition(off_t offset, const std::string& bytes) {
-    {
-        std::fstream io(hostPath(kReservePartition),
-                        std::ios::binary | std::ios::in | std::ios::out);
-        io.seekp(offset);
-        io.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-        ASSERT_TRUE(io) << "cannot write the reserve partition at " << offset;
-    }
+    device_->writePartition(offset, bytes);
     snapshotPartition();
 }
 
 void DeviceTest::snapshotPartition() {
-    partitionBaseline_ = readWhole(hostPath(kReservePartition));
+    partitionBaseline_ = readFile(kReservePartition);
 }
 
 void DeviceTest::expectPartitionUnchangedExcept(std::vector<Range> changed) const {
-    const std::string now = readWhole(hostPath(kReservePartition));
+    const std::string now = readFile(kReservePartition);
     std::string expected = partitionBaseline_;
     ASSERT_EQ(now.size(), expected.size()) << "the reserve partition changed size";
     for (const Range& range : changed) {
@@ -287,7 +167,7 @@ void DeviceTest::clearLog() {
 }
 
 std::string DeviceTest::defaultTag() {
-    return program_invocation_short_name;
+    return ZENTH_DAEMON_NAME;
 }
 
 int DeviceTest::openDescriptorCount() {

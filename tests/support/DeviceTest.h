@@ -16,9 +16,9 @@
 
 #pragma once
 
-// DeviceTest: each test gets a fresh emulated device root folder, a log capture and the
-// emulated kernel facilities in their start state (usleep returns at once). Paths are given
-// as the daemon names them ("/proc/...", "dev/block/sda"); helpers touch the host files
+// DeviceTest: each test gets a fresh emulated device (zenth_host::DeviceTree), a log capture
+// and the emulated kernel facilities in their start state (usleep returns at once). Paths are
+// given as the daemon names them ("/proc/...", "dev/block/sda"); helpers touch the host files
 // directly, never through the emulation.
 //
 // TearDown ends a fault watcher still waiting on the fault node, fails the test if a thread
@@ -29,11 +29,14 @@
 
 #include <chrono>
 #include <functional>
-#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <zenth_host/DeviceTree.h>
+
+#include "ReservePartition.h"
 
 namespace zenth_test {
 
@@ -57,10 +60,8 @@ class DeviceTest : public ::testing::Test {
 
     ~DeviceTest() override;
 
-    static constexpr const char* kReservePartition = "/dev/block/by-name/zenthreserve1";
-    static constexpr off_t kReservePartitionSize = 6 * 1024 * 1024;
-    // Its existence marks UFS storage; the daemon names it relative to its working directory.
-    static constexpr const char* kUfsMarker = "dev/block/sda";
+    static constexpr const char* kReservePartition =
+            aidl::vendor::zenth::hardware::misc::kReservePartitionPath;
 
     struct Range {
         off_t offset;
@@ -70,34 +71,33 @@ class DeviceTest : public ::testing::Test {
     void SetUp() override;
     void TearDown() override;
 
-    // ---- Device files ----
-    const std::string& rootFolder() const { return root_; }
-    // Where a device path lives on the host. A path the device does not map, such as
-    // "/data/x", fails the test and resolves to a place inside the root folder.
-    std::string hostPath(const std::string& devicePath) const;
-    // Files and folders a test makes stand for what the device has: each gets the owner and
-    // group boot gives it (emulated::boot::place), then the mode asked for. Under "/proc/" and
-    // "/sys/" that mode is what the driver supports (0444: the node cannot be written).
-    // Creates missing parent directories (0755) and sets the file's mode.
+    // ---- Device files (zenth_host::DeviceTree) ----
+    const std::string& rootFolder() const { return device_->root(); }
+    std::string hostPath(const std::string& devicePath) const {
+        return device_->hostPath(devicePath);
+    }
     void writeFile(const std::string& devicePath, const std::string& bytes,
-                   mode_t mode = 0644) const;
-    std::string readFile(const std::string& devicePath) const;
-    bool exists(const std::string& devicePath) const;
-    // Permission bits (07777) of the host file or directory.
-    mode_t modeOf(const std::string& devicePath) const;
-    // Creates the directory and its missing parents.
-    void makeDir(const std::string& devicePath, mode_t mode = 0755) const;
-    // Files become 0444, directories 0555: the daemon can then neither write them nor create
-    // or remove entries in them.
-    void makeReadOnly(const std::string& devicePath) const;
-    // An empty "/proc/fpga/errinfoto_op": the fault node exists.
-    void createFaultNode() const;
-    void makeUfsStorage() const;
+                   mode_t mode = 0644) const {
+        device_->writeFile(devicePath, bytes, mode);
+    }
+    std::string readFile(const std::string& devicePath) const {
+        return device_->readFile(devicePath);
+    }
+    bool exists(const std::string& devicePath) const { return device_->exists(devicePath); }
+    mode_t modeOf(const std::string& devicePath) const { return device_->modeOf(devicePath); }
+    void makeDir(const std::string& devicePath, mode_t mode = 0755) const {
+        device_->makeDir(devicePath, mode);
+    }
+    void makeReadOnly(const std::string& devicePath) const { device_->makeReadOnly(devicePath); }
+    void createFaultNode() const { device_->createFaultNode(); }
+    void makeUfsStorage() const { device_->makeUfsStorage(); }
 
     // ---- Reserve partition ----
-    // A zero-filled 6 MiB image at kReservePartition; also the baseline of the comparison.
+    // A zero-filled image; also the baseline of the comparison.
     void createReservePartition();
-    std::string readPartition(off_t offset, size_t length) const;
+    std::string readPartition(off_t offset, size_t length) const {
+        return device_->readPartition(offset, length);
+    }
     // Setup of the image: also updates the baseline.
     void writePartition(off_t offset, const std::string& bytes);
     // Every byte outside the given ranges equals the baseline.
@@ -121,12 +121,11 @@ class DeviceTest : public ::testing::Test {
     bool waitFor(const std::string& message, size_t times = 1,
                  std::chrono::milliseconds timeout = kWait) const;
     void clearLog();
-    // The tag of lines logged without one (liblog substitutes the program's short name).
+    // The tag of lines logged without one: liblog gives them the program's name, which on a
+    // phone is the daemon's binary.
     static std::string defaultTag();
 
   private:
-    // Creates what make() makes at devicePath, then places it and every folder it made.
-    void create(const std::string& devicePath, const std::function<void()>& make) const;
     // Takes the current image as the baseline.
     void snapshotPartition();
     // Descriptors open in this process now.
@@ -135,7 +134,7 @@ class DeviceTest : public ::testing::Test {
     // the node.
     void stopFaultWatcher() const;
 
-    std::string root_;
+    std::optional<zenth_host::ScratchDevice> device_;
     std::vector<LogLine> log_;  // guarded by the logger's lock
     std::string partitionBaseline_;
     int descriptorsAtStart_ = 0;

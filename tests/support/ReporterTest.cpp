@@ -97,9 +97,3 @@ std::vector<std::string> ReporterTest::reporterMessages() const {
     }
     return messages;
 }
-
-std::string ReporterTest::field(const std::string& text) {
-    std::string bytes = text;
-    bytes.resize(misc::kCounterFieldSize, '\0');
-    return bytes;
-}

@@ -34,9 +34,6 @@ class ReporterTest : public DeviceTest {
     // How the statistics service looks to a reporter (tables of cases name these).
     enum class Service { NotDeclared, DeclaredNotRunning, Running };
 
-    // A 16-byte counter field holding `text` and zero bytes after it.
-    static std::string field(const std::string& text);
-
   protected:
     using VendorAtom = ::aidl::android::frameworks::stats::VendorAtom;
 

@@ -42,9 +42,8 @@
 #include <android/binder_manager.h>
 #include <gtest/gtest.h>
 #include <zenth_host/DaemonThreads.h>
+#include <zenth_host/DeviceTree.h>
 #include <zenth_host/binder_host.h>
-
-#include "SampleDevice.h"
 
 using aidl::vendor::zenth::hardware::misc::IZenthMisc;
 
@@ -61,7 +60,7 @@ char** gArgv = nullptr;
 __attribute__((constructor(101))) void prepareDaemon(int argc, char** argv, char** /*envp*/) {
     std::filesystem::remove_all(ZENTH_TEST_DEVICE_FOLDER);
     std::filesystem::create_directories(ZENTH_TEST_DEVICE_FOLDER);
-    zenth_console::seedSampleDevice(ZENTH_TEST_DEVICE_FOLDER);
+    zenth_host::DeviceTree(ZENTH_TEST_DEVICE_FOLDER).buildSamplePhone();
     setenv("ZENTH_DEVICE_ROOT", ZENTH_TEST_DEVICE_FOLDER, 1);
     setenv("ZENTH_DEVICE_FAST_SLEEP", "1", 1);
     gArgc = argc;

@@ -47,4 +47,10 @@ namespace zenth_host {
 // Writes "MM-DD HH:MM:SS.mmm  PID  TID P tag: message" lines to stderr, one per message line.
 void logcatLogger(const struct __android_log_message* log_message);
 
+enum class Logger { NoOp, Stderr };
+// Installs the logger into liblog: logcatLogger, or one that formats nothing further and drops
+// the line.
+void useLogger(Logger logger);
+const char* loggerName(Logger logger);
+
 }  // namespace zenth_host

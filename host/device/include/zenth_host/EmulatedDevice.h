@@ -104,15 +104,6 @@ const Credentials& credentials();
 // aidl/ and the emulated board's init file (host/device/board).
 inline constexpr const char* kInitFilesEnvironment = "ZENTH_DEVICE_INIT_FILES";
 
-struct Attributes {
-    uid_t uid = 0;
-    gid_t gid = 0;
-    mode_t mode = 0;  // permission bits (07777)
-};
-
-// What the permission checks see for an existing mapped path; false when there is none.
-bool attributesOf(const std::string& devicePath, Attributes* attributes);
-
 // Copies a device's root folder with the owners of its paths, which a plain copy would lose
 // (they belong to the files, not their names).
 void copyDevice(const std::string& fromRoot, const std::string& toRoot);

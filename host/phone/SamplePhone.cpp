@@ -14,44 +14,40 @@
  * limitations under the License.
  */
 
-#include "SampleDevice.h"
-
-#include <sys/types.h>
+// The sample phone: what the board's drivers show and what an earlier session left, as data
+// handed to the device tree builder.
 
 #include <cstdint>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <map>
 #include <string>
 #include <vector>
 
 #include "MiscNodeTable.h"
 #include "ReservePartition.h"
+#include "zenth_host/DeviceTree.h"
 #include "zenth_host/EmulatedDevice.h"
 
-namespace zenth_console {
-
-namespace fs = std::filesystem;
-namespace misc = aidl::vendor::zenth::hardware::misc;
-using misc::gMiscNodeTable;
-using misc::kCounterFieldSize;
-using misc::kReservePartitionPath;
+namespace zenth_host {
 
 namespace {
+
+namespace misc = aidl::vendor::zenth::hardware::misc;
+using misc::counterField;
 
 constexpr mode_t kWritable = 0644;
 constexpr mode_t kReadOnly = 0444;
 constexpr mode_t kPersist = 0664;
 
-struct SampleNode {
+struct SampleFile {
     const char* content;
     mode_t mode;
 };
 
-// Nodes that differ from a writable "0\n"; the ones a driver only reports are read-only.
-const std::map<std::string, SampleNode>& sampleNodes() {
-    static const auto* nodes = new std::map<std::string, SampleNode>{
+// Files that differ from a node table row's writable "0\n": the ones a driver only reports are
+// read-only; then files outside the table (driver nodes written at start, the persisted
+// calibration of an earlier session).
+const std::map<std::string, SampleFile>& sampleFiles() {
+    static const auto* files = new std::map<std::string, SampleFile>{
             {"/proc/colorctrl/temperature", {"27\n", kReadOnly}},
             {"/proc/colorctrl/voltage", {"3312\n", kReadOnly}},
             {"/proc/colorctrl/cover_color", {"2\n", kWritable}},
@@ -110,67 +106,15 @@ const std::map<std::string, SampleNode>& sampleNodes() {
             {"/sys/class/ex_gpio/chipid", {"0x35\n", kReadOnly}},
             {"/sys/class/ex_gpio/get_gpio_status", {"0x0f\n", kReadOnly}},
             {"/sys/class/ex_gpio/monitor_info", {"i2c:3 rs:1 pw:7\n", kReadOnly}},
+            {"/sys/class/motor/hall_calibration", {"", kWritable}},
+            {"/sys/class/leds/fan/rpm_table", {"", kWritable}},
+            {"/mnt/vendor/persist/engineermode/tri_state_hall_data", {"35;-12;48;-20", kPersist}},
+            {"/mnt/vendor/persist/engineermode/tri_state_hall_calib_flag", {"1", kPersist}},
+            {"/mnt/vendor/persist/engineermode/magneticCoverCalibrationData",
+             {"0321,118", kPersist}},
+            {"/mnt/vendor/persist/engineermode/magneticCoverCalibrationFlag", {"1", kPersist}},
     };
-    return *nodes;
-}
-
-// Files outside the node table: driver nodes written at start, the fault node and the
-// persisted calibration of an earlier session.
-struct ExtraFile {
-    const char* path;
-    std::string content;
-    mode_t mode;
-};
-
-std::vector<ExtraFile> extraFiles() {
-    return {
-            {"/sys/class/motor/hall_calibration", "", kWritable},
-            {"/sys/class/leds/fan/rpm_table", "", kWritable},
-            {"/proc/fpga/errinfoto_op", "", kReadOnly},
-            {"/mnt/vendor/persist/engineermode/tri_state_hall_data", "35;-12;48;-20", kPersist},
-            {"/mnt/vendor/persist/engineermode/tri_state_hall_calib_flag", "1", kPersist},
-            {"/mnt/vendor/persist/engineermode/magneticCoverCalibrationData", "0321,118", kPersist},
-            {"/mnt/vendor/persist/engineermode/magneticCoverCalibrationFlag", "1", kPersist},
-    };
-}
-
-// Big enough for every region of the partition.
-constexpr off_t kReservePartitionSize = 6 * 1024 * 1024;
-
-// The folder the fault log directory is created in.
-constexpr const char* kFaultLogParent = "/mnt/vendor/zenthreserve";
-
-class Seeder {
-  public:
-    explicit Seeder(const std::string& root) : root_(root) {}
-
-    fs::path hostPath(const std::string& devicePath) const { return fs::path(root_ + devicePath); }
-
-    void makeDir(const std::string& devicePath) const {
-        fs::create_directories(hostPath(devicePath));
-    }
-
-    void writeFile(const std::string& devicePath, const std::string& bytes, mode_t mode) const {
-        fs::path path = hostPath(devicePath);
-        fs::create_directories(path.parent_path());
-        std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
-        fs::permissions(path, static_cast<fs::perms>(mode));
-    }
-
-    void writeAt(std::fstream& image, off_t offset, const std::string& bytes) const {
-        image.seekp(offset);
-        image.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    }
-
-  private:
-    std::string root_;
-};
-
-// A 16-byte counter field: the text, zero-padded.
-std::string field(const std::string& text) {
-    std::string bytes = text.substr(0, kCounterFieldSize);
-    bytes.resize(kCounterFieldSize, '\0');
-    return bytes;
+    return *files;
 }
 
 std::string int32le(const std::vector<int32_t>& values) {
@@ -185,67 +129,52 @@ std::string int32le(const std::vector<int32_t>& values) {
 std::string fpgaOpInfoBlock() {
     // "ec:" then the last fault code, 7 raw bytes big-endian.
     std::string ec = std::string("ec:") + std::string("\0\0\0\0\0\x12\x34", misc::kFaultCodeSize);
-    return field("fpga_op_info") + field("up:37") + field("rb:4") + field("i2c:1") + field("sr:2") +
-           field("hr:0") + field(ec) + field("bf:0");
+    std::string block;
+    for (const char* text : {"fpga_op_info", "up:37", "rb:4", "i2c:1", "sr:2", "hr:0"})
+        block += counterField(text);
+    return block + counterField(ec) + counterField("bf:0");
 }
 
 std::string exgpioArea() {
     // i2c and rs differ from the previous counts, so the first start reports them; but the
     // leading text is still erased flash, which no interface String can carry.
-    return std::string(kCounterFieldSize, '\xff') + field("i2c:3") + field("rs:1") + field("pw:7") +
-           field("rsv:0") + field("pi2c:2") + field("prs:1");
+    std::string area(misc::kCounterFieldSize, '\xff');
+    for (const char* text : {"i2c:3", "rs:1", "pw:7", "rsv:0", "pi2c:2", "prs:1"})
+        area += counterField(text);
+    return area;
 }
 
 // The sample stores on eMMC.
-void seedReservePartition(const Seeder& seeder) {
-    seeder.writeFile(kReservePartitionPath, "", 0644);
-    fs::resize_file(seeder.hostPath(kReservePartitionPath), kReservePartitionSize);
-    std::fstream image(seeder.hostPath(kReservePartitionPath),
-                       std::ios::in | std::ios::out | std::ios::binary);
+void writeReservePartition(const DeviceTree& tree) {
+    tree.createReservePartition();
     const int fan = misc::kFanIdentityRegion.emmcOffset;
-    seeder.writeAt(image, misc::kMotorHallRecord.emmcOffset,
-                   int32le({1203, -877, 455, 12, -3, 980}));
-    seeder.writeAt(image, fan, "473918000003");
-    seeder.writeAt(image, fan + misc::kFanRpmTableOffset, "0:0,1:2100,2:3200,3:4300,4:5400,5:6500");
-    seeder.writeAt(image, misc::kExgpioCounterArea.emmcOffset, exgpioArea());
-    seeder.writeAt(image, misc::kFpgaOpInfoOffset, fpgaOpInfoBlock());
+    tree.writePartition(misc::kMotorHallRecord.emmcOffset, int32le({1203, -877, 455, 12, -3, 980}));
+    tree.writePartition(fan, "473918000003");
+    tree.writePartition(fan + misc::kFanRpmTableOffset, "0:0,1:2100,2:3200,3:4300,4:5400,5:6500");
+    tree.writePartition(misc::kExgpioCounterArea.emmcOffset, exgpioArea());
+    tree.writePartition(misc::kFpgaOpInfoOffset, fpgaOpInfoBlock());
 }
 
-void seedNodeTable(const Seeder& seeder) {
-    for (const auto& row : gMiscNodeTable) {
+void writeFiles(const DeviceTree& tree) {
+    for (const auto& row : misc::gMiscNodeTable) {
         const std::string path = row.path;
-        if (path == kReservePartitionPath) continue;  // the partition image below
         if (path == "/proc/devinfo") {
-            seeder.makeDir(path);
-            continue;
-        }
-        auto sample = sampleNodes().find(path);
-        if (sample == sampleNodes().end()) {
-            seeder.writeFile(path, "0\n", kWritable);
-        } else {
-            seeder.writeFile(path, sample->second.content, sample->second.mode);
+            tree.makeDir(path);
+        } else if (path != misc::kReservePartitionPath && sampleFiles().count(path) == 0) {
+            tree.writeFile(path, "0\n", kWritable);
         }
     }
+    for (const auto& [path, file] : sampleFiles()) tree.writeFile(path, file.content, file.mode);
 }
 
 }  // namespace
 
-bool deviceFolderIsEmpty(const std::string& rootFolder) {
-    std::error_code error;
-    return !fs::exists(rootFolder, error) || fs::is_empty(rootFolder, error);
-}
-
-void seedSampleDevice(const std::string& rootFolder) {
-    Seeder seeder(rootFolder);
-    seedNodeTable(seeder);
-    for (const ExtraFile& extra : extraFiles())
-        seeder.writeFile(extra.path, extra.content, extra.mode);
-    seeder.makeDir(kFaultLogParent);
-    seedReservePartition(seeder);
-    // The device as an earlier session left it: booted, its persisted calibration the daemon's.
-    emulated::setRoot(rootFolder);
+void DeviceTree::buildSamplePhone() const {
+    writeFiles(*this);
+    createFaultNode();
+    makeDir("/mnt/vendor/zenthreserve");  // the board's mount point of the reserve file system
+    writeReservePartition(*this);
     emulated::boot::run();
-    for (const ExtraFile& extra : extraFiles()) emulated::boot::place(extra.path);
 }
 
-}  // namespace zenth_console
+}  // namespace zenth_host

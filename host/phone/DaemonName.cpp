@@ -14,17 +14,18 @@
  * limitations under the License.
  */
 
-// Reading the device's VINTF manifest.
-#pragma once
+// Linked into every binary that runs the daemon's code under a name of its own (the emulated
+// phone, the device test's host runner, the unit tests, the load daemon): liblog tags a line
+// logged without a tag with the program's name, and on a phone that is the daemon's binary.
 
-#include <string>
-#include <vector>
+#include <android/log.h>
 
-namespace zenth_host {
+namespace {
 
-// The AIDL instances a manifest declares, as "package.IName/instance", from <fqname> and from
-// <interface> entries of its <hal format="aidl"> elements. Any other file (a compatibility
-// matrix) declares nothing.
-std::vector<std::string> aidlInstancesDeclaredIn(const std::string& xml);
+struct DaemonName {
+    DaemonName() { __android_log_set_default_tag(ZENTH_DAEMON_NAME); }
+};
 
-}  // namespace zenth_host
+const DaemonName gDaemonName;
+
+}  // namespace

@@ -22,8 +22,6 @@
 
 #include <aidl/vendor/zenth/hardware/misc/BnZenthMisc.h>
 
-#include "MiscLogTag.h"
-
 namespace aidl::vendor::zenth::hardware::misc {
 
 class ZenthMisc : public BnZenthMisc {
