@@ -6,6 +6,7 @@
 # Usage: ./run-tests.sh [preset...]   (default: default asan tsan fuzz)
 #        ./run-tests.sh --debian 12|13 [preset...]   the same on a fresh minimal root of that
 #        Debian release (scripts/debian-lane.sh)
+#        ./run-tests.sh --arm64          the whole suite built for 64-bit Arm, run under qemu-user
 set -euo pipefail
 cd "$(dirname "$0")"
 if [ "${1:-}" = --debian ]; then
@@ -14,6 +15,7 @@ if [ "${1:-}" = --debian ]; then
 fi
 scripts/install-deps.sh
 scripts/check-format.sh
+[ "${1:-}" = --arm64 ] && exec scripts/arm64-lane.sh
 
 presets=("$@")
 [ ${#presets[@]} -gt 0 ] || presets=(default asan tsan fuzz)

@@ -131,9 +131,9 @@ TEST_F(CalibrationTest, StartDetectsTheStorageAndReadsTheMatchingMotorRecord) {
 // refuses motor calibration.
 TEST_F(CalibrationTest, FreshDaemonWithoutReservePartitionRefusesMotorCalibration) {
     writeFile(kMotorNode, "");  // a device folder that is not empty is used as it is
-    std::system(("echo 'saveCalibrationData motor i32:1,2,3,4,5,6' | " +
-                 std::string(ZENTH_PHONE_BINARY) + " --fast-sleep --device " + rootFolder() + " >" +
-                 hostPath("out") + " 2>" + hostPath("log"))
+    std::system(("echo 'saveCalibrationData motor i32:1,2,3,4,5,6' | " ZENTH_EMULATOR
+                 " " ZENTH_PHONE_BINARY " --fast-sleep --device " +
+                 rootFolder() + " >" + hostPath("out") + " 2>" + hostPath("log"))
                         .c_str());
     EXPECT_EQ(readFile("out"), "false\n");
     const std::string log = readFile("log");

@@ -65,7 +65,10 @@ class ServiceEntryTest : public DeviceTest {
         std::vector<char*> envp;
         for (std::string& variable : variables) envp.push_back(variable.data());
         envp.push_back(nullptr);
-        char* argv[] = {const_cast<char*>(ZENTH_SERVICE_BINARY), nullptr};
+        std::vector<char*> argv;
+        if (*ZENTH_EMULATOR != '\0') argv.push_back(const_cast<char*>(ZENTH_EMULATOR));
+        argv.push_back(const_cast<char*>(ZENTH_SERVICE_BINARY));
+        argv.push_back(nullptr);
 
         int pipeFds[2];
         EXPECT_EQ(pipe2(pipeFds, O_CLOEXEC), 0);
@@ -73,7 +76,7 @@ class ServiceEntryTest : public DeviceTest {
         if (pid == 0) {
             alarm(kWatchdogSeconds);
             dup2(pipeFds[1], STDERR_FILENO);
-            execve(ZENTH_SERVICE_BINARY, argv, envp.data());
+            execve(argv[0], argv.data(), envp.data());
             _exit(127);
         }
         close(pipeFds[1]);

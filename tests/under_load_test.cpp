@@ -24,7 +24,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <filesystem>
 #include <functional>
 #include <iterator>
 #include <string>
@@ -33,6 +32,7 @@
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <zenth_host/DaemonThreads.h>
 #include <zenth_host/EmulatedDevice.h>
 #include <zenth_host/binder_host.h>
 
@@ -108,11 +108,6 @@ const std::vector<std::pair<const char*, Call>> kCalls = {
         {"save type 0", saves(0, "abcdefgh", false)},
 };
 
-size_t threadCount() {
-    std::filesystem::directory_iterator tasks("/proc/self/task");
-    return static_cast<size_t>(std::distance(tasks, std::filesystem::directory_iterator()));
-}
-
 class UnderLoadTest : public ReporterTest {
   protected:
     void SetUp() override {
@@ -162,7 +157,6 @@ TEST_F(UnderLoadTest, CallsGetTheirOwnResultsAndEveryFaultIsCounted) {
     misc::ZenthExgpio exgpio;
     fpga.startFpgaThread();
     ASSERT_TRUE(emulated::fault_node::waitForPollCalls(1, kWait));
-    const size_t idleThreads = threadCount();
 
     std::atomic<bool> running{true};
     std::vector<std::thread> clients;
@@ -179,13 +173,9 @@ TEST_F(UnderLoadTest, CallsGetTheirOwnResultsAndEveryFaultIsCounted) {
     ASSERT_TRUE(handled) << "the watcher stopped taking fault values";
     EXPECT_EQ(lastWrong_.load(), nullptr) << "wrong: " << lastWrong_.load();
 
-    // The recordings, captures and reporter passes are over once their threads are gone.
+    // The recordings, captures and reporter passes are over once the daemon is idle.
     zenth_host::waitForOnewayCalls();
-    const auto deadline = std::chrono::steady_clock::now() + kWait;
-    while (threadCount() > idleThreads) {
-        ASSERT_LT(std::chrono::steady_clock::now(), deadline) << "threads left working";
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
+    ASSERT_TRUE(emulated::waitUntilIdle(kWait)) << "threads left working";
     const std::string counts = std::to_string(kFaultRounds);
     const int rebootField = misc::fpgaOpInfoFieldOffset(misc::kFpgaRebootField);
     EXPECT_EQ(readPartition(rebootField, kCountFields * misc::kCounterFieldSize),

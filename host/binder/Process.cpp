@@ -23,6 +23,7 @@
 #include <thread>
 #include <utility>
 
+#include <zenth_host/DaemonThreads.h>
 #include <zenth_host/binder_host.h>
 
 #include "ThreadPool.h"
@@ -58,6 +59,7 @@ void finishOneway() {
 // The process's thread for oneway calls: runs them until none is left, then ends.
 void serveOnewayCalls(std::shared_ptr<Process> process) {
     enterProcess(process);
+    emulated::daemon_threads::setOutsideDaemon(true);
     for (;;) {
         std::function<void()> call;
         {
@@ -119,10 +121,12 @@ OutsideProcess::OutsideProcess(const std::string& name) : previous_(nullptr) {
     auto process = std::make_shared<Process>();
     process->name = name;
     previous_ = enterProcess(std::move(process));
+    emulated::daemon_threads::setOutsideDaemon(true);
 }
 
 OutsideProcess::~OutsideProcess() {
     enterProcess(std::move(previous_));
+    emulated::daemon_threads::setOutsideDaemon(currentProcess() != nullptr);
 }
 
 }  // namespace zenth_host

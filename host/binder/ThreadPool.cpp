@@ -30,7 +30,6 @@
 #include <zenth_host/host_log.h>
 
 #include <cerrno>
-#include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
 #include <deque>
@@ -38,6 +37,7 @@
 #include <mutex>
 #include <thread>
 
+#include <zenth_host/DaemonThreads.h>
 #include <zenth_host/binder_host.h>
 
 namespace {
@@ -57,7 +57,8 @@ struct ThreadPool {
     std::once_flag watcherStarted;
 
     std::mutex mutex;
-    std::condition_variable changed;  // a call queued or served, or a release
+    // A call queued or served, or a release. Serving threads park in it.
+    emulated::daemon_threads::ParkingCondition changed;
     std::deque<std::shared_ptr<Job>> jobs;
     uint32_t releases = 0;
     uint32_t maxThreadCount = kDefaultMaxThreadCount;
@@ -89,7 +90,7 @@ void serve(bool joined) {
     std::unique_lock<std::mutex> lock(pool().mutex);
     for (;;) {
         ++pool().waitingThreads;
-        pool().changed.wait(
+        pool().changed.park(
                 lock, [&] { return !pool().jobs.empty() || (joined && pool().releases > 0); });
         --pool().waitingThreads;
         if (joined && pool().releases > 0) {
@@ -118,7 +119,10 @@ void requestThreadIfAllBusy() {
 // detached threads logged so far before that destruction.
 void releaseOnSignal() {
     for (;;) {
-        while (sem_wait(&pool().releaseSignal) != 0 && errno == EINTR) {
+        {
+            emulated::daemon_threads::ParkedScope waitingForTheSignal;
+            while (sem_wait(&pool().releaseSignal) != 0 && errno == EINTR) {
+            }
         }
         __android_log_set_logger(zenth_host::logcatLogger);
         zenth_host::releaseThreadPool();

@@ -29,8 +29,8 @@
 
 #include "ConsoleText.h"
 #include "FaultEvents.h"
-#include "ProcessThreads.h"
 #include "ReservePartition.h"
+#include "zenth_host/DaemonThreads.h"
 #include "zenth_host/EmulatedDevice.h"
 
 namespace zenth_console {
@@ -328,7 +328,7 @@ void Console::cut(const std::string&, const Words& args) {
                                 &point)) {
         return error("usage: cut count | process <point> | power <point>");
     }
-    if (!waitUntilThreadsParked(kSettleTimeout)) return error("the daemon did not become idle");
+    if (!emulated::waitUntilIdle(kSettleTimeout)) return error("the daemon did not become idle");
     emulated::crash::arm(model, point);
     out_ << "armed\n";
 }

@@ -21,9 +21,8 @@
 #include <filesystem>
 #include <thread>
 
+#include <zenth_host/DaemonThreads.h>
 #include <zenth_host/EmulatedDevice.h>
-
-#include "ProcessThreads.h"
 
 namespace zenth_console {
 
@@ -32,20 +31,8 @@ using std::chrono::milliseconds;
 
 namespace {
 
-constexpr milliseconds kWatcherWait{2000};
 constexpr milliseconds kHandlingWait{10000};
 constexpr milliseconds kDaemonsFirstMillisecond{1};
-
-// The watcher starts a recording and a capture thread per fault; they are done once the
-// process has no more threads than before the fault.
-bool waitForThreadsBelow(size_t count, milliseconds timeout) {
-    auto deadline = std::chrono::steady_clock::now() + timeout;
-    while (threadCount() > count) {
-        if (std::chrono::steady_clock::now() > deadline) return false;
-        std::this_thread::sleep_for(milliseconds(2));
-    }
-    return true;
-}
 
 }  // namespace
 
@@ -60,18 +47,24 @@ bool raiseFault(uint64_t value, std::chrono::steady_clock::time_point registered
         *error = "the device has no FPGA fault node";
         return false;
     }
-    if (!node::waitForPollCalls(1, kWatcherWait)) {
+    // Once the daemon is idle its watcher waits in poll, unless it never started or the node
+    // failed it.
+    if (!emulated::waitUntilIdle(kHandlingWait)) {
+        *error = "the daemon did not become idle";
+        return false;
+    }
+    if (node::pollCalls() == 0) {
         *error = "the FPGA fault watcher is not running";
         return false;
     }
-    size_t before = threadCount();
     node::injectValue(value);
-    if (!node::waitUntilIdle(kWatcherWait)) {
-        *error = "the FPGA fault watcher did not take the value";
+    // Idle again once the watcher polls anew and the threads it started for the value ended.
+    if (!emulated::waitUntilIdle(kHandlingWait)) {
+        *error = "the fault is still being handled";
         return false;
     }
-    if (!waitForThreadsBelow(before, kHandlingWait)) {
-        *error = "the fault is still being handled";
+    if (node::pendingEvents() != 0) {
+        *error = "the FPGA fault watcher did not take the value";
         return false;
     }
     return true;

@@ -26,8 +26,9 @@ namespace zenth_console {
 
 inline constexpr const char* kFaultLogDirectory = "/mnt/vendor/zenthreserve/fpga_save_log";
 
-// Makes the fault node report `value` and waits until the daemon's watcher took it and the
-// threads it started for it have finished. False with *error otherwise. `registered` is when
+// Once the daemon is idle, makes the fault node report `value` and waits until the daemon is
+// idle again: its watcher took the value and the threads it started for it have ended. False
+// with *error otherwise. `registered` is when
 // the daemon's service was registered, which comes after the daemon's static initialisation.
 bool raiseFault(uint64_t value, std::chrono::steady_clock::time_point registered,
                 std::string* error);

@@ -32,12 +32,12 @@
 
 #include <android/log.h>
 
+#include <zenth_host/DaemonThreads.h>
 #include <zenth_host/DeviceTree.h>
 #include <zenth_host/binder_host.h>
 #include <zenth_host/host_log.h>
 
 #include "Console.h"
-#include "ProcessThreads.h"
 
 namespace zenth_console {
 
@@ -170,7 +170,7 @@ void runConsole() {
     zenth_host::waitForOnewayCalls();
     // Exiting runs the platform libraries' static destructors, which must not meet a
     // detached thread of the daemon in the middle of its work.
-    waitUntilThreadsParked(kSettleTimeout);
+    emulated::waitUntilIdle(kSettleTimeout);
     // Taking liblog's logger lock as a writer orders every line logged so far before that
     // destruction (liblog's default tag among the statics).
     __android_log_set_logger(zenth_host::logcatLogger);

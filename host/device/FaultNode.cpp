@@ -22,13 +22,13 @@
 
 #include <algorithm>
 #include <atomic>
-#include <condition_variable>
 #include <cstring>
 #include <deque>
 #include <mutex>
 
 #include "DeviceInternal.h"
 #include "RealCalls.h"
+#include "zenth_host/DaemonThreads.h"
 #include "zenth_host/EmulatedDevice.h"
 
 namespace emulated::fault_node {
@@ -59,7 +59,8 @@ bool reachesTransfer(Kind kind) {
 
 struct Node {
     std::mutex mutex;
-    std::condition_variable changed;
+    // The fault watcher parks in it while its poll waits for an event.
+    emulated::daemon_threads::ParkingCondition changed;
     std::deque<Event> pending;
     bool armed = false;  // the front event passed poll
     unsigned pollCalls = 0;
@@ -132,9 +133,9 @@ bool waitForEvent(Node& n, std::unique_lock<std::mutex>& lock, int timeout) {
     n.changed.notify_all();
     bool got = true;
     if (timeout < 0) {
-        n.changed.wait(lock, ready);
+        n.changed.park(lock, ready);
     } else {
-        got = n.changed.wait_for(lock, std::chrono::milliseconds(timeout), ready);
+        got = n.changed.parkFor(lock, std::chrono::milliseconds(timeout), ready);
     }
     --n.blockedPolls;
     return got;

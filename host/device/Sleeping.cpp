@@ -18,7 +18,6 @@
 
 #include <unistd.h>
 
-#include <condition_variable>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
@@ -26,6 +25,7 @@
 
 #include "DeviceInternal.h"
 #include "RealCalls.h"
+#include "zenth_host/DaemonThreads.h"
 #include "zenth_host/EmulatedDevice.h"
 
 namespace emulated::sleeping {
@@ -38,7 +38,8 @@ Mode startMode() {
 
 struct Sleeper {
     std::mutex mutex;
-    std::condition_variable changed;
+    // A held usleep parks in it until its release.
+    emulated::daemon_threads::ParkingCondition changed;
     Mode mode = startMode();
     std::vector<unsigned> calls;
     size_t held = 0;
@@ -111,11 +112,12 @@ extern "C" int __wrap_usleep(useconds_t usec) {
     if (s.mode == Mode::Held) {
         unsigned long releases = s.releases;
         ++s.held;
-        s.changed.wait(lock, [&s, releases] { return s.releases != releases; });
+        s.changed.park(lock, [&s, releases] { return s.releases != releases; });
         --s.held;
         return 0;
     }
     if (s.mode == Mode::Instant) return 0;
     lock.unlock();
+    emulated::daemon_threads::ParkedScope sleeping;
     return __real_usleep(usec);
 }

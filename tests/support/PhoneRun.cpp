@@ -35,9 +35,9 @@ PhoneRun runPhone(const std::string& deviceFolder, const std::string& script,
                   const std::string& options, const std::string& environment) {
     const std::string base = deviceFolder + ".run";
     std::ofstream(base + ".in") << script;
-    const std::string command = environment + " " + ZENTH_PHONE_BINARY + " --device " +
-                                deviceFolder + " " + options + " <" + base + ".in >" + base +
-                                ".out 2>" + base + ".err";
+    const std::string command =
+            environment + " " + ZENTH_EMULATOR " " ZENTH_PHONE_BINARY " --device " + deviceFolder +
+            " " + options + " <" + base + ".in >" + base + ".out 2>" + base + ".err";
     PhoneRun result;
     int raw = std::system(command.c_str());
     result.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;

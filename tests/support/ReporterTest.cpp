@@ -19,11 +19,7 @@
 #include <android/binder_manager.h>
 #include <android/log.h>
 
-#include <chrono>
-#include <filesystem>
-#include <set>
-#include <thread>
-
+#include <zenth_host/DaemonThreads.h>
 #include <zenth_host/binder_host.h>
 
 #include "StatsClient.h"
@@ -33,15 +29,6 @@ using ::aidl::android::frameworks::stats::VendorAtomValue;
 namespace misc = ::aidl::vendor::zenth::hardware::misc;
 
 namespace {
-
-// Ids of this process's threads now; std::filesystem is not redirected into the device root.
-std::set<std::string> threadIds() {
-    std::set<std::string> ids;
-    for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
-        ids.insert(task.path().filename().string());
-    }
-    return ids;
-}
 
 std::string describe(const VendorAtomValue& value) {
     switch (value.getTag()) {
@@ -92,23 +79,9 @@ std::vector<std::string> ReporterTest::describedAtoms() const {
 }
 
 void ReporterTest::runReporter(const std::function<void()>& start) {
-    // A sanitizer runtime may start a helper thread of its own with the first thread created;
-    // it must not be taken for the reporter's.
-    std::thread([] {}).join();
-    const std::set<std::string> before = threadIds();
     start();
-    std::set<std::string> started;
-    for (const std::string& id : threadIds()) {
-        if (before.count(id) == 0) started.insert(id);
-    }
-    // The end of a detached thread signals nothing but its disappearance from the task list.
-    const auto deadline = std::chrono::steady_clock::now() + kWait;
-    for (const std::string& id : started) {
-        while (std::filesystem::exists("/proc/self/task/" + id)) {
-            ASSERT_LT(std::chrono::steady_clock::now(), deadline) << "the reporter did not end";
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-    }
+    // The reporter's thread counts as the daemon's work until it has ended.
+    ASSERT_TRUE(emulated::waitUntilIdle(kWait)) << "the reporter did not end";
     // The statistics service handles an atom after the reporter has gone on.
     zenth_host::waitForOnewayCalls();
 }

@@ -20,14 +20,20 @@
 // process with their status, as a kill ends the daemon on a phone.
 //
 // It adds the refusals the device test leaves out: had the service regressed, those calls would
-// write the reserve partition or the persist files, which on a phone hold its calibration.
+// write the reserve partition or the persist files, which on a phone hold its calibration. And
+// it checks what the device test promises: once the daemon is idle after the tests, every file
+// of the device is as it was before them.
 
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <map>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -35,6 +41,7 @@
 #include <aidl/vendor/zenth/hardware/misc/IZenthMisc.h>
 #include <android/binder_manager.h>
 #include <gtest/gtest.h>
+#include <zenth_host/DaemonThreads.h>
 #include <zenth_host/DeviceTree.h>
 #include <zenth_host/binder_host.h>
 
@@ -60,6 +67,52 @@ __attribute__((constructor(101))) void prepareDaemon(int argc, char** argv, char
     gArgv = argv;
 }
 
+using DeviceFiles = std::map<std::string, std::string>;  // path in the device: content
+
+DeviceFiles deviceFiles() {
+    DeviceFiles files;
+    const std::filesystem::path root = ZENTH_TEST_DEVICE_FOLDER;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {
+        std::string path = "/" + entry.path().lexically_relative(root).string();
+        if (entry.is_symlink()) {
+            files[path] = "-> " + std::filesystem::read_symlink(entry.path()).string();
+        } else if (entry.is_directory()) {
+            files[path] = "(folder)";
+        } else {
+            std::ostringstream bytes;
+            bytes << std::ifstream(entry.path(), std::ios::binary).rdbuf();
+            files[path] = bytes.str();
+        }
+    }
+    return files;
+}
+
+// The device as the daemon left it once idle after its start, against the same after the tests.
+class DeviceUnchanged : public testing::Environment {
+  public:
+    void SetUp() override {
+        ASSERT_TRUE(emulated::waitUntilIdle(kIdleWait)) << "the daemon did not become idle";
+        before_ = deviceFiles();
+    }
+    void TearDown() override {
+        ASSERT_TRUE(emulated::waitUntilIdle(kIdleWait)) << "the daemon did not become idle";
+        const DeviceFiles after = deviceFiles();
+        std::vector<std::string> changed;
+        for (const auto& [path, content] : before_) {
+            auto now = after.find(path);
+            if (now == after.end() || now->second != content) changed.push_back(path);
+        }
+        for (const auto& [path, content] : after) {
+            if (before_.count(path) == 0) changed.push_back(path);
+        }
+        EXPECT_TRUE(changed.empty()) << "changed on the device: " << testing::PrintToString(changed);
+    }
+
+  private:
+    static constexpr std::chrono::milliseconds kIdleWait{10000};
+    DeviceFiles before_;
+};
+
 void runTests() {
     // Test registration ends with static initialisation; the daemon registers from main.
     ndk::SpAIBinder registered(AServiceManager_waitForService(instanceName().c_str()));
@@ -67,6 +120,7 @@ void runTests() {
     // A client process of its own: calls cross a parcel to the daemon's thread pool.
     zenth_host::OutsideProcess client;
     testing::InitGoogleTest(&gArgc, gArgv);
+    testing::AddGlobalTestEnvironment(new DeviceUnchanged);
     int status = RUN_ALL_TESTS();
     // With no declared instance the suite runs nothing; here that is a failure.
     if (testing::UnitTest::GetInstance()->test_to_run_count() == 0) status = 1;
@@ -82,6 +136,8 @@ const TestStarter gTestStarter;
 
 // The row naming the reserve partition device itself: readable, never written as a node.
 constexpr int32_t kReservePartitionNode = 288;
+constexpr int32_t kMotorCalibration = 1000030;
+constexpr int32_t kMotorRecordLength = 24;
 constexpr int32_t kTriStateCalibration = 1000104;
 constexpr int32_t kMaxCalibrationLength = 4096;
 
@@ -102,17 +158,29 @@ TEST_F(ZenthMiscHostOnly, RefusesWritingTheReservePartitionAsANode) {
     EXPECT_EQ(written, -1);
 }
 
-TEST_F(ZenthMiscHostOnly, RefusesCalibrationLengthsOutOfRange) {
-    const std::vector<uint8_t> oversized(kMaxCalibrationLength + 1, '1');
-    const std::vector<uint8_t> single = {'1'};
-    bool saved = true;
-    ASSERT_TRUE(misc->saveCalibrationData(kTriStateCalibration, oversized,
-                                          kMaxCalibrationLength + 1, &saved)
-                        .isOk());
-    EXPECT_FALSE(saved);
-    saved = true;
-    ASSERT_TRUE(misc->saveCalibrationData(kTriStateCalibration, single, -1, &saved).isOk());
-    EXPECT_FALSE(saved);
+struct Calibration {
+    int32_t type;
+    size_t bytes;
+    int32_t length;
+};
+
+TEST_F(ZenthMiscHostOnly, RefusesLengthsOutOfRangeAndMotorRecordsOfAnotherSize) {
+    const Calibration refused[] = {
+            {kTriStateCalibration, kMaxCalibrationLength + 1, kMaxCalibrationLength + 1},
+            {kTriStateCalibration, 1, -1},
+            {kMotorCalibration, kMotorRecordLength - 1, kMotorRecordLength - 1},
+            {kMotorCalibration, kMotorRecordLength + 1, kMotorRecordLength + 1},
+    };
+    for (const Calibration& calibration : refused) {
+        SCOPED_TRACE("type " + std::to_string(calibration.type) + ", length " +
+                     std::to_string(calibration.length));
+        bool saved = true;
+        ASSERT_TRUE(misc->saveCalibrationData(calibration.type,
+                                              std::vector<uint8_t>(calibration.bytes, '1'),
+                                              calibration.length, &saved)
+                            .isOk());
+        EXPECT_FALSE(saved);
+    }
 }
 
 }  // namespace

@@ -45,7 +45,8 @@ namespace zenth_host {
 
 struct Process;
 
-// Makes the calling thread a thread of a new client process while it lives.
+// Makes the calling thread a thread of a new client process while it lives; it then does not
+// count among the daemon's threads (emulated::waitUntilIdle).
 class OutsideProcess {
   public:
     explicit OutsideProcess(const std::string& name = "client");
