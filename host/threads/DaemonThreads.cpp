@@ -14,6 +14,10 @@
  * limitations under the License.
  */
 
+// Wrapping std::thread's start needs its state type, which newer C++ libraries keep private
+// unless built as the library's own thread code.
+#define _GLIBCXX_THREAD_IMPL 1
+
 #include "zenth_host/DaemonThreads.h"
 
 #include <pthread.h>
