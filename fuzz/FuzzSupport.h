@@ -16,7 +16,7 @@
 
 #pragma once
 
-// Invariant checks shared by the fuzz harnesses.
+// The sample phone and the invariant checks shared by the fuzz harnesses.
 
 #include <fcntl.h>
 #include <sys/inotify.h>
@@ -27,9 +27,15 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include <zenth_host/DeviceTree.h>
+#include <zenth_host/host_log.h>
+
+#include "ReservePartition.h"
 
 namespace fuzz {
 
@@ -119,5 +125,24 @@ class PartitionWatch {
     std::string baseline_;
     std::vector<std::pair<off_t, size_t>> allowed_;
 };
+
+// The sample phone in tmpfs, its reserve partition watched, the daemon's log dropped.
+struct SamplePhone {
+    zenth_host::ScratchDevice device{"/dev/shm"};
+    std::unique_ptr<PartitionWatch> partition;
+
+    SamplePhone() {
+        device.buildSamplePhone();
+        zenth_host::useLogger(zenth_host::Logger::NoOp);
+        partition = std::make_unique<PartitionWatch>(
+                device.hostPath(aidl::vendor::zenth::hardware::misc::kReservePartitionPath));
+    }
+};
+
+// Built on the first input; its destruction at exit removes the device folder.
+inline SamplePhone& phone() {
+    static SamplePhone instance;
+    return instance;
+}
 
 }  // namespace fuzz

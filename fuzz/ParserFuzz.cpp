@@ -27,9 +27,6 @@
 #include <memory>
 #include <string>
 
-#include <zenth_host/DeviceTree.h>
-#include <zenth_host/host_log.h>
-
 #include "FuzzSupport.h"
 #include "ReservePartition.h"
 #include "StatsClient.h"
@@ -44,24 +41,6 @@ constexpr size_t kRecordSize = misc::kOpRecordSize;
 constexpr long kMaxCount = 99999999999L;
 constexpr size_t kMaxDumps = 10;
 constexpr int32_t kUntouched = 0x5eed;
-
-struct Harness {
-    zenth_host::ScratchDevice device{"/dev/shm"};
-    std::unique_ptr<fuzz::PartitionWatch> partition;
-
-    Harness() {
-        device.buildSamplePhone();
-        zenth_host::useLogger(zenth_host::Logger::NoOp);
-        partition =
-                std::make_unique<fuzz::PartitionWatch>(device.hostPath(misc::kReservePartitionPath));
-    }
-};
-
-// Built on the first input; its destruction at exit removes the device folder.
-Harness& harness() {
-    static Harness instance;
-    return instance;
-}
 
 void parseField(FuzzedDataProvider& input) {
     // Exactly 16 bytes on the heap: a read past the field is caught.
@@ -92,23 +71,23 @@ uint64_t pickValue(FuzzedDataProvider& input) {
 
 size_t dumpsKept() {
     std::error_code error;
-    auto entries = std::filesystem::directory_iterator(harness().device.hostPath(misc::kFpgaLogDir),
-                                                       error);
+    auto entries = std::filesystem::directory_iterator(
+            fuzz::phone().device.hostPath(misc::kFpgaLogDir), error);
     return error ? 0 : static_cast<size_t>(std::distance(entries, {}));
 }
 
 void faultValue(FuzzedDataProvider& input) {
-    harness().partition->set(kRecordOffset, input.ConsumeBytesAsString(kRecordSize));
+    fuzz::phone().partition->set(kRecordOffset, input.ConsumeBytesAsString(kRecordSize));
     const uint64_t value = pickValue(input);
     const bool tagged = (value & misc::kFaultTagMask) == misc::kFaultTag;
     const bool counted = value >= 1 && value <= 3;
-    harness().partition->allow(kRecordOffset, kRecordSize);
+    fuzz::phone().partition->allow(kRecordOffset, kRecordSize);
     const int recorded = misc::fpgaOpWrite(value);
     fuzz::require(recorded == (counted || tagged ? 0 : -1),
                   "fpgaOpWrite accepts exactly 1, 2, 3 and tagged values");
-    harness().partition->check();
+    fuzz::phone().partition->check();
     if (counted) {
-        std::string record = harness().device.readPartition(kRecordOffset, kRecordSize);
+        std::string record = fuzz::phone().device.readPartition(kRecordOffset, kRecordSize);
         const char* count = record.c_str() + misc::kCountFields[value - 1].pos;
         char* end = nullptr;
         long number = std::strtol(count, &end, 10);

@@ -10,7 +10,10 @@ out=$PWD/build/fuzz
 
 flags=("$@")
 [ ${#flags[@]} -gt 0 ] || flags=(-runs=20000)
-harnesses=(interface parser)
+harnesses=(service parser)
+# The service fuzzer also starts from the seed corpus its device module ships: one call of each
+# method.
+seeds=$PWD/aidl/fuzzer_corpus
 
 targets=()
 for harness in "${harnesses[@]}"; do targets+=("zenth_${harness}_fuzz"); done
@@ -22,9 +25,17 @@ for harness in "${harnesses[@]}"; do
   mkdir -p "$corpus" "$out/artifacts"
   echo "=== fuzz ${harness} ${flags[*]} ==="
   log=$out/${harness}.log
+  extra=()
+  [ "$harness" != service ] || extra=(-print_coverage=1 "$seeds")
   if ! "$out/fuzz/zenth_${harness}_fuzz" "${flags[@]}" \
-      -artifact_prefix="$out/artifacts/${harness}-" "$corpus" >"$log" 2>&1; then
+      -artifact_prefix="$out/artifacts/${harness}-" "$corpus" "${extra[@]}" >"$log" 2>&1; then
     tail -n 60 "$log"
+    exit 1
+  fi
+  # The service's coverage report: every function of the service reached.
+  if [ "$harness" = service ] && { grep '^UNCOVERED_FUNC: .*::ZenthMisc::' "$log" ||
+      ! grep -q '^COVERED_FUNC: .*::ZenthMisc::' "$log"; }; then
+    echo "fuzz ${harness}: the service has a function that no input reached"
     exit 1
   fi
   grep -E '^#[0-9]+[[:space:]]+DONE|^Done ' "$log"

@@ -3,7 +3,7 @@
 set -euo pipefail
 
 packages=(
-  cmake make git g++ clang libclang-rt-dev clang-format blueprint-tools
+  cmake make git g++ clang libclang-rt-dev llvm clang-format blueprint-tools
   libgtest-dev libgmock-dev libbenchmark-dev
   android-liblog-dev android-libbase-dev android-platform-system-core-headers libtinyxml2-dev
   libcap-dev

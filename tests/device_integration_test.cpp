@@ -267,16 +267,4 @@ TEST(DeviceIntegrationTest, TheFrozenInterfaceIsTheOneDeclaredLinkedAndServed) {
     EXPECT_EQ(hashes.back(), IZenthMisc::hash);
 }
 
-TEST(DeviceIntegrationTest, DeviceAndHostBuildTheSameDaemonSources) {
-    std::set<std::string> device;
-    for (const char* type : {"cc_library_static", "cc_binary"}) {
-        for (const std::string& source : strings(module(kTree / "aidl/Android.bp", type), "srcs")) {
-            device.insert(source);
-        }
-    }
-    const std::vector<std::string> host =
-            all(readFile(kTree / "aidl/CMakeLists.txt"), R"(\b(\w+\.cpp)\b)");
-    EXPECT_EQ(device, std::set<std::string>(host.begin(), host.end()));
-}
-
 }  // namespace

@@ -171,6 +171,11 @@ binder_status_t serveOnThreadPool(std::function<binder_status_t()> transaction, 
     return job->status;
 }
 
+bool threadPoolStarted() {
+    std::lock_guard<std::mutex> lock(pool().mutex);
+    return pool().started;
+}
+
 void releaseThreadPool() {
     std::lock_guard<std::mutex> lock(pool().mutex);
     ++pool().releases;

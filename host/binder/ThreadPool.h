@@ -27,6 +27,9 @@ namespace zenth_host {
 // returns STATUS_OK as soon as it is queued.
 binder_status_t serveOnThreadPool(std::function<binder_status_t()> transaction, bool oneway);
 
+// Whether ABinderProcess_startThreadPool was called.
+bool threadPoolStarted();
+
 // SIGUSR1 then releases ABinderProcess_joinThreadPool.
 void installThreadPoolReleaseSignal();
 
