@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds the fuzz harnesses (clang, libFuzzer, ASan+UBSan) and runs each in turn.
+# Builds the fuzz harnesses (preset asan: clang, libFuzzer, ASan+UBSan) and runs each in turn.
 # Usage: fuzz/run-fuzz.sh [libFuzzer flags...]   (default: -runs=20000)
 # A long run: fuzz/run-fuzz.sh -max_total_time=600
 # Corpora grow in build/fuzz/corpus/<harness>; a failing input lands in build/fuzz/artifacts.
@@ -17,8 +17,8 @@ seeds=$PWD/aidl/fuzzer_corpus
 
 targets=()
 for harness in "${harnesses[@]}"; do targets+=("zenth_${harness}_fuzz"); done
-cmake --preset fuzz >/dev/null
-cmake --build --preset fuzz -j "$(nproc)" --target "${targets[@]}" >/dev/null
+cmake --preset asan >/dev/null
+cmake --build --preset asan -j "$(nproc)" --target "${targets[@]}" >/dev/null
 
 for harness in "${harnesses[@]}"; do
   corpus=$out/corpus/$harness
@@ -27,7 +27,7 @@ for harness in "${harnesses[@]}"; do
   log=$out/${harness}.log
   extra=()
   [ "$harness" != service ] || extra=(-print_coverage=1 "$seeds")
-  if ! "$out/fuzz/zenth_${harness}_fuzz" "${flags[@]}" \
+  if ! "$PWD/build/asan/fuzz/zenth_${harness}_fuzz" "${flags[@]}" \
       -artifact_prefix="$out/artifacts/${harness}-" "$corpus" "${extra[@]}" >"$log" 2>&1; then
     tail -n 60 "$log"
     exit 1
