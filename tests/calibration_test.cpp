@@ -35,7 +35,6 @@
 #include "MiscLogTag.h"
 #include "ReservePartition.h"
 #include "support/DeviceTest.h"
-#include "support/FileSizeLimit.h"
 #include "zenth_host/EmulatedDevice.h"
 #include "zenthmisc-impl/ZenthMisc.h"
 
@@ -62,10 +61,6 @@ std::string motorRecord(const std::array<int32_t, 6>& values) {
     std::string bytes(sizeof(values), '\0');
     std::memcpy(bytes.data(), values.data(), sizeof(values));
     return bytes;
-}
-
-std::string openFailure(const std::string& path, int error) {
-    return "D open " + path + " failed! err:" + std::strerror(error) + "\n";
 }
 
 class CalibrationTest : public DeviceTest {

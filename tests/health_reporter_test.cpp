@@ -28,7 +28,6 @@
 #include <zenth_host/EmulatedDevice.h>
 
 #include "StatsClient.h"
-#include "support/FileSizeLimit.h"
 #include "support/ReporterTest.h"
 #include "zenthmisc-impl/ZenthExgpio.h"
 #include "zenthmisc-impl/ZenthFpga.h"

@@ -23,6 +23,7 @@
 #include <algorithm>
 #include <condition_variable>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <iterator>
 #include <mutex>
@@ -168,6 +169,10 @@ void DeviceTest::clearLog() {
 
 std::string DeviceTest::defaultTag() {
     return ZENTH_DAEMON_NAME;
+}
+
+std::string DeviceTest::openFailure(const std::string& devicePath, int error) {
+    return "D open " + devicePath + " failed! err:" + std::strerror(error) + "\n";
 }
 
 int DeviceTest::openDescriptorCount() {
