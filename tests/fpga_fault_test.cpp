@@ -41,6 +41,7 @@
 
 #include "ZenthFpgaInternal.h"
 #include "support/DeviceTest.h"
+#include "zenth_host/DaemonThreads.h"
 #include "zenth_host/EmulatedDevice.h"
 
 namespace aidl::vendor::zenth::hardware::misc {
@@ -296,21 +297,6 @@ TEST_F(FpgaFaultTest, CaptureWindowEndsAfter3000WholeMilliseconds) {
     EXPECT_TRUE(decided) << "no capture read the clock within 0.1 ms of the window setup";
 }
 
-TEST_F(FpgaFaultTest, CaptureThatCannotOpenItsDumpSavesNothingAndSkipsRetention) {
-    // Eleven entries: a retention run would try to delete one.
-    for (int i = 0; i < 11; ++i) addLogEntry("old" + std::to_string(i), 1000 + i);
-    makeDir(kLogDir, 0555);
-    EXPECT_EQ(LogSaveFunc(3), 0);
-    auto failures = messagesAfter("Failed to open file " + std::string(kLogDir) + "/dmesg_");
-    ASSERT_EQ(failures.size(), 1u);
-    EXPECT_TRUE(std::regex_match(
-            failures[0],
-            std::regex(R"(\d{8}_\d{6}_\d{3}_exception_3_hard_rest_err\.log: Permission denied\n)")));
-    EXPECT_TRUE(kernel_log::calls().empty());
-    EXPECT_TRUE(messagesAfter("Failed to delete file: ").empty());
-    EXPECT_EQ(gExceptionWindowBudget[1], 1);  // the allowed capture opened its window all the same
-}
-
 // A kernel that reports an empty buffer still gets the extra room; one byte is a log.
 TEST_F(FpgaFaultTest, CaptureSavesAOneByteLogOfAnEmptyReportedBuffer) {
     kernel_log::setBufferSize(0);
@@ -359,28 +345,48 @@ TEST_F(FpgaFaultTest, CaptureWithADirectoryFaultSavesNothingAndSpendsNoBudget) {
     }
 }
 
-TEST_F(FpgaFaultTest, CaptureWithAKernelLogFailureLeavesNoFileAndSkipsRetention) {
-    // In this order: a failing size query hides the read.
-    const std::pair<std::function<void()>, std::string> cases[] = {
-            {[] { kernel_log::failRead(0, EIO); },
-             "Failed to read kernel log: Input/output error\n"},
+// A capture its window admitted that then fails saves nothing and runs no retention, though
+// its window was opened all the same.
+TEST_F(FpgaFaultTest, CaptureThatFailsLeavesNoFileAndSkipsRetention) {
+    struct Case {
+        std::function<void()> fail;
+        std::string error;  // a pattern of the line
+        bool readsKernelLog;
+    };
+    // In this order: a failing size query hides the read; a dump that cannot be opened, both.
+    const Case cases[] = {
+            {[] { kernel_log::failRead(0, EIO); }, "Failed to read kernel log: Input/output error",
+             true},
             {[] { kernel_log::failRead(-1, EPERM); },
-             "Failed to read kernel log: Operation not permitted\n"},
+             "Failed to read kernel log: Operation not permitted", true},
             {[] { kernel_log::failSizeQuery(EPERM); },
-             "Failed to get klogctl: Operation not permitted\n"},
+             "Failed to get klogctl: Operation not permitted", true},
+            {[this] { makeDir(kLogDir, 0555); },
+             "Failed to open file " + std::string(kLogDir) +
+                     R"(/dmesg_\d{8}_\d{6}_\d{3}_exception_3_hard_rest_err\.log: Permission denied)",
+             false},
     };
     // Eleven entries: a retention run would delete one.
     for (int i = 0; i < 11; ++i) addLogEntry("old" + std::to_string(i), 1000 + i);
     const auto before = logDirEntries();
-    for (const auto& [fail, message] : cases) {
-        SCOPED_TRACE(message);
-        setWindow(3, steady_clock::now() - 1h, 0);
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.error);
+        setWindow(1, steady_clock::now() - 1h, 0);
         clearLog();
-        fail();
-        EXPECT_EQ(LogSaveFunc(5), 0);
-        EXPECT_TRUE(loggedError(message));
+        const size_t kernelLogCalls = kernel_log::calls().size();
+        c.fail();
+        EXPECT_EQ(LogSaveFunc(3), 0);
+        const std::vector<LogLine> all = lines();
+        EXPECT_EQ(std::count_if(all.begin(), all.end(),
+                                [&](const LogLine& l) {
+                                    return l.priority == ANDROID_LOG_ERROR &&
+                                           std::regex_match(l.message, std::regex(c.error + "\n"));
+                                }),
+                  1);
+        EXPECT_EQ(kernel_log::calls().size() > kernelLogCalls, c.readsKernelLog);
         EXPECT_TRUE(messagesAfter("Failed to delete file: ").empty());
         EXPECT_EQ(logDirEntries(), before);
+        EXPECT_EQ(gExceptionWindowBudget[1], 1);
     }
 }
 
@@ -795,6 +801,23 @@ TEST_F(FpgaWatcherTest, BurstLosesNoCountAndDumpsAtMostTwicePerKindPerWindow) {
     }
     EXPECT_LE(logDirEntries().size(), 10u);
     endWatcher();
+}
+
+// The daemon's own watcher thread: once the emulated platform calls the daemon idle after a
+// fault, the fault is counted in the partition and its capture has been decided, with no log
+// line waited for.
+TEST_F(FpgaWatcherTest, DaemonIsIdleOnlyOnceTheFaultIsRecordedAndItsCaptureDecided) {
+    createReservePartition();
+    createFaultNode();
+    ZenthFpga().startFpgaThread();
+    ASSERT_TRUE(emulated::waitUntilIdle(kWait));
+    ASSERT_EQ(fault_node::pollCalls(), 1u);
+
+    fault_node::injectValue(2);
+    ASSERT_TRUE(emulated::waitUntilIdle(kWait));
+    EXPECT_EQ(countAt(kSrCount), 1);
+    EXPECT_EQ(savedDumps().size(), 1u);
+    EXPECT_EQ(fault_node::pollCalls(), 2u);
 }
 
 }  // namespace
