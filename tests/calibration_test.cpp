@@ -23,7 +23,6 @@
 
 #include <array>
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <optional>
@@ -120,22 +119,6 @@ TEST_F(CalibrationTest, StartDetectsTheStorageAndReadsTheMatchingMotorRecord) {
     std::filesystem::remove(hostPath(kReservePartition));
     ndk::SharedRefBase::make<ZenthMisc>();
     EXPECT_TRUE(gIsReserveIntegrate);
-}
-
-// A fresh process: the reserve flag starts out clear, so a device without the partition
-// refuses motor calibration.
-TEST_F(CalibrationTest, FreshDaemonWithoutReservePartitionRefusesMotorCalibration) {
-    writeFile(kMotorNode, "");  // a device folder that is not empty is used as it is
-    std::system(("echo 'saveCalibrationData motor i32:1,2,3,4,5,6' | " ZENTH_EMULATOR
-                 " " ZENTH_PHONE_BINARY " --fast-sleep --device " +
-                 rootFolder() + " >" + hostPath("out") + " 2>" + hostPath("log"))
-                        .c_str());
-    EXPECT_EQ(readFile("out"), "false\n");
-    const std::string log = readFile("log");
-    EXPECT_NE(log.find(": gIsReserveIntegrate=0, gIsEmmcStorage=1\n"), std::string::npos) << log;
-    EXPECT_NE(log.find(" D vendor.zenth.hardware.ZenthMisc-V1-service: do nothing\n"),
-              std::string::npos)
-            << log;
 }
 
 TEST_F(CalibrationTest, StartWritesTheMotorRecordAsTextOrRefusesAnEmptyOne) {
