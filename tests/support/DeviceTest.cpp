@@ -57,6 +57,11 @@ void captureLogger(const struct __android_log_message* log_message) {
     gLogChanged.notify_all();
 }
 
+size_t countMessage(const std::vector<zenth_test::LogLine>& all, const std::string& message) {
+    return std::count_if(all.begin(), all.end(),
+                         [&](const zenth_test::LogLine& line) { return line.message == message; });
+}
+
 }  // namespace
 
 DeviceTest::~DeviceTest() {
@@ -131,9 +136,7 @@ size_t DeviceTest::count(int priority, const std::string& tag, const std::string
 }
 
 size_t DeviceTest::count(const std::string& message) const {
-    const std::vector<LogLine> all = lines();
-    return std::count_if(all.begin(), all.end(),
-                         [&](const LogLine& line) { return line.message == message; });
+    return countMessage(lines(), message);
 }
 
 std::string DeviceTest::messages(const std::string& tag) const {
@@ -154,11 +157,7 @@ bool DeviceTest::waitFor(const Predicate& predicate, std::chrono::milliseconds t
 bool DeviceTest::waitFor(const std::string& message, size_t times,
                          std::chrono::milliseconds timeout) const {
     return waitFor(
-            [&](const std::vector<LogLine>& all) {
-                return static_cast<size_t>(std::count_if(
-                               all.begin(), all.end(),
-                               [&](const LogLine& l) { return l.message == message; })) >= times;
-            },
+            [&](const std::vector<LogLine>& all) { return countMessage(all, message) >= times; },
             timeout);
 }
 
