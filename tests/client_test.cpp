@@ -157,8 +157,7 @@ TEST_F(BinderStringsTest, TheProxyAsksForVersionAndHashOnce) {
     EXPECT_EQ(hash, IZenthMisc::hash);
 }
 
-INSTANTIATE_TEST_SUITE_P(Texts, BinderStringsTest, ::testing::ValuesIn(kTextCases),
-                         [](const auto& info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(Texts, BinderStringsTest, ::testing::ValuesIn(kTextCases), caseName);
 
 // ---- Under load ----
 

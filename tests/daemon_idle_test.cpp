@@ -102,7 +102,7 @@ INSTANTIATE_TEST_SUITE_P(
                           // A lock or condition of the daemon's own is no wait for the outside.
                           Wait{"DaemonsOwnCondition", false, closeGate,
                                [] { gGate->get_future().wait(); }, openGate}),
-        [](const auto& info) { return std::string(info.param.name); });
+        caseName);
 
 }  // namespace
 }  // namespace aidl::vendor::zenth::hardware::misc

@@ -761,7 +761,7 @@ INSTANTIATE_TEST_SUITE_P(
                           "/proc/fpga/errinfoto_op Lseek err:Illegal seek", true},
                 NodeFault{"ReadError", [] { fault_node::injectReadError(EIO); }, "buf read err",
                           true}),
-        [](const auto& info) { return std::string(info.param.name); });
+        caseName);
 
 // Events arrive far faster than partition writes and kernel log dumps finish.
 TEST_F(FpgaWatcherTest, BurstLosesNoCountAndDumpsAtMostTwicePerKindPerWindow) {

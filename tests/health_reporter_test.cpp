@@ -94,8 +94,7 @@ TEST_P(ParseCounterFieldTest, ParsesKeyAndNumberWithinTheField) {
     EXPECT_EQ(reporterMessages(), expected);
 }
 
-INSTANTIATE_TEST_SUITE_P(Fields, ParseCounterFieldTest, ::testing::ValuesIn(kParseCases),
-                         [](const auto& info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(Fields, ParseCounterFieldTest, ::testing::ValuesIn(kParseCases), caseName);
 
 using GetStatsServiceTest = ReporterTest;
 
@@ -206,8 +205,7 @@ TEST_P(FpgaRebootCountTest, SendsEveryCounterThenWritesTheRebootFieldBack) {
     expectPartitionUnchangedExcept({{kRebootField, 16}});
 }
 
-INSTANTIATE_TEST_SUITE_P(Fields, FpgaRebootCountTest, ::testing::ValuesIn(kRebootCases),
-                         [](const auto& info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(Fields, FpgaRebootCountTest, ::testing::ValuesIn(kRebootCases), caseName);
 
 const std::string kFields = " up:1 rb:3 i2c:4 sr:0 hr:2 ec:5 bf:0\n";
 const std::string kCutOff = "FPGA-7 \xe2\x82";
@@ -239,8 +237,7 @@ TEST_P(FpgaServiceTest, RebootCountIsResetWithoutAReport) {
     EXPECT_EQ(readPartition(kRebootField, 16), counterField("rb:0"));
 }
 
-INSTANTIATE_TEST_SUITE_P(Services, FpgaServiceTest, ::testing::ValuesIn(kServiceCases),
-                         [](const auto& info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(Services, FpgaServiceTest, ::testing::ValuesIn(kServiceCases), caseName);
 
 TEST_F(FpgaReporterTest, UnreadableBlockSendsZerosAndStillWritesBack) {
     writeBlockWithReboots("rb:5");
@@ -393,8 +390,7 @@ TEST_P(ExgpioChangeTest, OnlyI2cOrRsChangesAreSent) {
     expectPrevious(kEmmcArea, c.storedI2c, c.storedRs);
 }
 
-INSTANTIATE_TEST_SUITE_P(Counts, ExgpioChangeTest, ::testing::ValuesIn(kChangeCases),
-                         [](const auto& info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(Counts, ExgpioChangeTest, ::testing::ValuesIn(kChangeCases), caseName);
 
 const std::string kFields = " i2c:3 rs:1 pw:7 pi2c:2 prs:1\n";
 const std::string kCutOff = "EXG lead \xc3";
@@ -425,8 +421,7 @@ TEST_P(ExgpioServiceTest, CountsAreRememberedWithoutAReport) {
     expectPrevious(kEmmcArea, "pi2c:3", "prs:1");
 }
 
-INSTANTIATE_TEST_SUITE_P(Services, ExgpioServiceTest, ::testing::ValuesIn(kServiceCases),
-                         [](const auto& info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(Services, ExgpioServiceTest, ::testing::ValuesIn(kServiceCases), caseName);
 
 // Erased flash is no UTF-8, yet it crosses the parcel: every four 0xff bytes become units that
 // the statistics service drops.

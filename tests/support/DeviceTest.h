@@ -144,6 +144,9 @@ class DeviceTest : public ::testing::Test {
     int descriptorsAtStart_ = 0;
 };
 
+// Names each case of a parameterised test by its `name` field.
+inline const auto caseName = [](const auto& info) { return std::string(info.param.name); };
+
 // Lowers the process's file size limit while it lives; a write past it is cut short or
 // fails with EFBIG instead of raising SIGXFSZ.
 class FileSizeLimit {
