@@ -14,8 +14,10 @@
  * limitations under the License.
  */
 
-// FPGA fault handling: the watcher on the fault node, the kernel log capture per fault
-// with its time window, and the retention of the saved logs.
+// FPGA fault handling: the watcher on the fault node, the recording of each fault in the
+// reserve partition's records (fault counts and code, the node-288 view and the enable-info
+// area of node 289), the kernel log capture per fault with its time window, and the
+// retention of the saved logs.
 
 #include <fcntl.h>
 #include <poll.h>
@@ -39,6 +41,7 @@
 
 #include "ZenthFpgaInternal.h"
 #include "support/DeviceTest.h"
+#include "zenth_host/DaemonThreads.h"
 #include "zenth_host/EmulatedDevice.h"
 
 namespace aidl::vendor::zenth::hardware::misc {
@@ -294,21 +297,6 @@ TEST_F(FpgaFaultTest, CaptureWindowEndsAfter3000WholeMilliseconds) {
     EXPECT_TRUE(decided) << "no capture read the clock within 0.1 ms of the window setup";
 }
 
-TEST_F(FpgaFaultTest, CaptureThatCannotOpenItsDumpSavesNothingAndSkipsRetention) {
-    // Eleven entries: a retention run would try to delete one.
-    for (int i = 0; i < 11; ++i) addLogEntry("old" + std::to_string(i), 1000 + i);
-    makeDir(kLogDir, 0555);
-    EXPECT_EQ(LogSaveFunc(3), 0);
-    auto failures = messagesAfter("Failed to open file " + std::string(kLogDir) + "/dmesg_");
-    ASSERT_EQ(failures.size(), 1u);
-    EXPECT_TRUE(std::regex_match(
-            failures[0],
-            std::regex(R"(\d{8}_\d{6}_\d{3}_exception_3_hard_rest_err\.log: Permission denied\n)")));
-    EXPECT_TRUE(kernel_log::calls().empty());
-    EXPECT_TRUE(messagesAfter("Failed to delete file: ").empty());
-    EXPECT_EQ(gExceptionWindowBudget[1], 1);  // the allowed capture opened its window all the same
-}
-
 // A kernel that reports an empty buffer still gets the extra room; one byte is a log.
 TEST_F(FpgaFaultTest, CaptureSavesAOneByteLogOfAnEmptyReportedBuffer) {
     kernel_log::setBufferSize(0);
@@ -357,28 +345,48 @@ TEST_F(FpgaFaultTest, CaptureWithADirectoryFaultSavesNothingAndSpendsNoBudget) {
     }
 }
 
-TEST_F(FpgaFaultTest, CaptureWithAKernelLogFailureLeavesNoFileAndSkipsRetention) {
-    // In this order: a failing size query hides the read.
-    const std::pair<std::function<void()>, std::string> cases[] = {
-            {[] { kernel_log::failRead(0, EIO); },
-             "Failed to read kernel log: Input/output error\n"},
+// A capture its window admitted that then fails saves nothing and runs no retention, though
+// its window was opened all the same.
+TEST_F(FpgaFaultTest, CaptureThatFailsLeavesNoFileAndSkipsRetention) {
+    struct Case {
+        std::function<void()> fail;
+        std::string error;  // a pattern of the line
+        bool readsKernelLog;
+    };
+    // In this order: a failing size query hides the read; a dump that cannot be opened, both.
+    const Case cases[] = {
+            {[] { kernel_log::failRead(0, EIO); }, "Failed to read kernel log: Input/output error",
+             true},
             {[] { kernel_log::failRead(-1, EPERM); },
-             "Failed to read kernel log: Operation not permitted\n"},
+             "Failed to read kernel log: Operation not permitted", true},
             {[] { kernel_log::failSizeQuery(EPERM); },
-             "Failed to get klogctl: Operation not permitted\n"},
+             "Failed to get klogctl: Operation not permitted", true},
+            {[this] { makeDir(kLogDir, 0555); },
+             "Failed to open file " + std::string(kLogDir) +
+                     R"(/dmesg_\d{8}_\d{6}_\d{3}_exception_3_hard_rest_err\.log: Permission denied)",
+             false},
     };
     // Eleven entries: a retention run would delete one.
     for (int i = 0; i < 11; ++i) addLogEntry("old" + std::to_string(i), 1000 + i);
     const auto before = logDirEntries();
-    for (const auto& [fail, message] : cases) {
-        SCOPED_TRACE(message);
-        setWindow(3, steady_clock::now() - 1h, 0);
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.error);
+        setWindow(1, steady_clock::now() - 1h, 0);
         clearLog();
-        fail();
-        EXPECT_EQ(LogSaveFunc(5), 0);
-        EXPECT_TRUE(loggedError(message));
+        const size_t kernelLogCalls = kernel_log::calls().size();
+        c.fail();
+        EXPECT_EQ(LogSaveFunc(3), 0);
+        const std::vector<LogLine> all = lines();
+        EXPECT_EQ(std::count_if(all.begin(), all.end(),
+                                [&](const LogLine& l) {
+                                    return l.priority == ANDROID_LOG_ERROR &&
+                                           std::regex_match(l.message, std::regex(c.error + "\n"));
+                                }),
+                  1);
+        EXPECT_EQ(kernel_log::calls().size() > kernelLogCalls, c.readsKernelLog);
         EXPECT_TRUE(messagesAfter("Failed to delete file: ").empty());
         EXPECT_EQ(logDirEntries(), before);
+        EXPECT_EQ(gExceptionWindowBudget[1], 1);
     }
 }
 
@@ -410,6 +418,226 @@ TEST_F(FpgaFaultTest, CaptureLogsADumpItCannotDelete) {
         makeDir(kLogDir);
     }
     EXPECT_TRUE(landed) << "no capture chose one of the names made beforehand";
+}
+
+// ---- The recording of counts and codes ----
+
+constexpr off_t kI2cField = 0x514030;
+constexpr off_t kSrField = 0x514040;
+constexpr off_t kHrField = 0x514050;
+constexpr off_t kEcField = 0x514060;
+constexpr off_t kFaultCode = 0x514063;
+constexpr off_t kView = 0x514010;
+constexpr size_t kViewSize = 120;
+constexpr off_t kEnableHeader = 0x514320;
+constexpr off_t kEnableSr = 0x514330;
+constexpr off_t kEnableHr = 0x514340;
+const std::string kWidestCode("\x7F\xFF\xFF\xFF\xFF\xFF\xFF");
+const std::string kHeader("fpga_op_info_e\0\0", 16);
+
+std::string bytes(std::initializer_list<unsigned char> list) {
+    return std::string(list.begin(), list.end());
+}
+
+class FpgaOpInfoTest : public FpgaFaultTest {
+  protected:
+    void SetUp() override {
+        FpgaFaultTest::SetUp();
+        createReservePartition();
+    }
+    bool logged(int priority, const std::string& message) const {
+        return contains(priority, defaultTag(), message);
+    }
+};
+
+TEST_F(FpgaOpInfoTest, CountsParseAndSaturateWithinTheirField) {
+    struct Case {
+        unsigned long value;
+        off_t field;
+        std::string before;
+        std::string after;
+    };
+    const Case cases[] = {
+            {1, kI2cField, "i2c:41", "i2c:42"},
+            {2, kSrField, "sr:41", "sr:42"},
+            {2, kSrField, "sr:4294967296", "sr:4294967297"},
+            {3, kHrField, "hr:99999999999", "hr:99999999999"},
+            {2, kSrField, "sr:123456789012", "sr:99999999999"},
+            {1, kI2cField, "i2c:-1234",
+             std::string("i2c:0\0"
+                         "234",
+                         9)},  // the tail stays
+            {3, kHrField, "hr:x", "hr:1"},
+            {2, kSrField, "sr: +41",
+             std::string("sr:42\0"
+                         "1",
+                         7)},
+            {3, kHrField, "", std::string(3, '\0') + "1"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.before);
+        writePartition(c.field, counterField(c.before));
+        EXPECT_EQ(fpgaOpWrite(c.value), 0);
+        EXPECT_EQ(readPartition(c.field, 16), counterField(c.after));
+        expectPartitionUnchangedExcept({{c.field, 16}});
+    }
+}
+
+TEST_F(FpgaOpInfoTest, LogsTheRecordBeforeUpdating) {
+    std::string ec = "ec:" + bytes({0, 0, 0, 0, 0, 0x12, 0x34});
+    writePartition(kI2cField, counterField("i2c:5") + counterField("sr:41") + counterField("hr:7") +
+                                      counterField(ec));
+    ASSERT_EQ(fpgaOpWrite(2), 0);
+    EXPECT_TRUE(logged(ANDROID_LOG_DEBUG, "fpgaOpWrite: i2c:5 sr:41 hr:7 ec:0x1234 count:64"));
+}
+
+TEST_F(FpgaOpInfoTest, TaggedValuesStoreTheirCodeBigEndianWithoutTheTag) {
+    const std::pair<unsigned long, std::string> cases[] = {
+            {0xAA80000000001234, bytes({0, 0, 0, 0, 0, 0x12, 0x34})},
+            {0xAAFFFFFFFFFFFFFF, kWidestCode},
+            {0xAA80000000000000, std::string(7, '\0')},
+    };
+    const std::string tail(6, '\x66');
+    for (const auto& [value, code] : cases) {
+        writePartition(kEcField, "ec:" + std::string(7, '\x55') + tail);
+        EXPECT_EQ(fpgaOpWrite(value), 0);
+        EXPECT_EQ(readPartition(kEcField, 16), "ec:" + code + tail);
+        expectPartitionUnchangedExcept({{kFaultCode, 7}});
+    }
+}
+
+TEST_F(FpgaOpInfoTest, RejectedValuesLeaveThePartitionAlone) {
+    for (unsigned long value :
+         {0UL, 4UL, 5UL, 6UL, 0x8000000000000000UL, 0xAA00000000000001UL, 0xAB80000000000000UL}) {
+        SCOPED_TRACE(value);
+        clearLog();
+        EXPECT_EQ(fpgaOpWrite(value), -1);
+        EXPECT_EQ(messages(defaultTag()), "E mode is not support\n");
+    }
+    expectPartitionUnchangedExcept();
+}
+
+TEST_F(FpgaOpInfoTest, PartitionFailures) {
+    makeReadOnly(kReservePartition);
+    EXPECT_EQ(fpgaOpWrite(2), -1);
+    EXPECT_TRUE(logged(ANDROID_LOG_ERROR, "Failed to write partition file"));
+    expectPartitionUnchangedExcept();
+
+    ASSERT_EQ(remove(hostPath(kReservePartition).c_str()), 0);
+    EXPECT_EQ(fpgaOpWrite(3), -1);
+    EXPECT_TRUE(logged(ANDROID_LOG_ERROR, "readInterface /dev/block/by-name/zenthreserve1 error"));
+
+    // A read that returns nothing is a short read, not a failure: the record counts from 0.
+    writeFile(kReservePartition, std::string(kI2cField, '\0'));
+    clearLog();
+    EXPECT_EQ(fpgaOpWrite(2), 0);
+    EXPECT_EQ(messages(defaultTag()), "D fpgaOpWrite:    ec:0x0 count:0\nD write 64 bytes\n");
+    EXPECT_EQ(readPartition(kI2cField, 64), std::string(19, '\0') + "1" + std::string(44, '\0'));
+}
+
+// ---- The node-288 view ----
+
+TEST_F(FpgaOpInfoTest, OpInfoViewShowsTheCodeAsTextAfterTheShift) {
+    const std::pair<std::string, std::string> cases[] = {
+            {bytes({0, 0, 0, 0, 0, 0x12, 0x34}), "1234"},
+            {std::string(7, '\0'), "0"},
+            {bytes({0, 0, 0, 1, 2, 3, 4}), "1020304"},
+            {kWidestCode, "7fffffffffffff"},
+    };
+    for (const auto& [code, text] : cases) {
+        SCOPED_TRACE(text);
+        std::string raw;
+        for (size_t p = 0; p < kViewSize; ++p) raw += static_cast<char>(p + 1);
+        raw.replace(83, 7, code);
+        writePartition(kView, raw);
+        clearLog();
+
+        std::vector<char> buffer(kViewSize, 0);
+        ZenthFpga fpga;
+        EXPECT_EQ(fpga.readFpgaOpInfoEn(kReservePartition, buffer.data(), 288), 120);
+
+        std::string expected = raw;
+        for (size_t p = 92; p < 108; ++p) expected[p] = raw[p - 2];
+        expected.replace(83, text.size() + 1, text + '\0');
+        EXPECT_EQ(std::string(buffer.begin(), buffer.end()), expected);
+        EXPECT_TRUE(logged(ANDROID_LOG_DEBUG, "getFpgaOpEcData start:83, end:90\n"));
+        EXPECT_EQ(count("getFpgaOpEcData is 0"), text == "0" ? 1u : 0u);
+        expectPartitionUnchangedExcept();
+    }
+}
+
+// ---- The enable-info writes ----
+
+TEST_F(FpgaOpInfoTest, EnableInfoGoesToTheFieldItsFirstSixteenCharactersName) {
+    struct Case {
+        std::string info;
+        off_t target;  // 0: nothing may be written
+        std::string stored;
+    };
+    const Case cases[] = {
+            {"sr:3", kEnableSr, "sr:3"},
+            {"hr:7", kEnableHr, "hr:7"},
+            {"hr:1 sr:2", kEnableSr, "hr:1 sr:2"},  // "sr" is searched first
+            {"hr:1234567890abcdsr!", kEnableHr, "hr:1234567890abc"},
+            {"abcdefghijklmnopsr:1", 0, ""},
+            {"xyz", 0, ""},
+    };
+    ZenthFpga fpga;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.info);
+        writePartition(kEnableHeader, std::string(48, '\0'));
+        clearLog();
+        const int result = fpga.writeFpgaOpInfoEn(kReservePartition, c.info);
+        if (c.target == 0) {
+            EXPECT_EQ(result, -1);
+            EXPECT_TRUE(logged(ANDROID_LOG_ERROR, "writeFpgaOpInfo info = " + c.info.substr(0, 16) +
+                                                          " has neither sr nor hr"));
+            expectPartitionUnchangedExcept();
+            continue;
+        }
+        EXPECT_EQ(result, static_cast<int>(c.stored.size()));
+        EXPECT_EQ(readPartition(kEnableHeader, 16), kHeader);
+        EXPECT_EQ(readPartition(c.target, 16), counterField(c.stored));
+        EXPECT_TRUE(logged(ANDROID_LOG_DEBUG, "writeFpgaOpInfo first Info = " + c.stored));
+        expectPartitionUnchangedExcept({{kEnableHeader, 16}, {c.target, c.stored.size()}});
+    }
+}
+
+TEST_F(FpgaOpInfoTest, HeaderWrittenOnceAndKeptAfterwards) {
+    writePartition(kEnableSr, counterField("sr:12345"));
+    ZenthFpga fpga;
+    EXPECT_EQ(fpga.writeFpgaOpInfoEn(kReservePartition, "sr:12345"), 8);
+    clearLog();
+    EXPECT_EQ(fpga.writeFpgaOpInfoEn(kReservePartition, "sr:5"), 4);
+    EXPECT_TRUE(logged(ANDROID_LOG_DEBUG,
+                       "writeFpgaOpInfo readInterface first cb_data = fpga_op_info_e"));
+    EXPECT_EQ(count("write 16 bytes"), 0u);
+    EXPECT_EQ(readPartition(kEnableSr, 16), counterField("sr:52345"));
+}
+
+TEST_F(FpgaOpInfoTest, EnableWriteFailures) {
+    ZenthFpga fpga;
+    {
+        // A header write that stores one byte counts as written; the info lies beyond.
+        FileSizeLimit limit(kEnableHeader + 1);
+        EXPECT_EQ(fpga.writeFpgaOpInfoEn(kReservePartition, "sr:1"), -1);
+    }
+    EXPECT_TRUE(logged(ANDROID_LOG_DEBUG, "writeFpgaOpInfo first Info = sr:1"));
+    EXPECT_TRUE(logged(ANDROID_LOG_DEBUG, "writeFpgaOpInfo count = -1"));
+
+    writePartition(kEnableHeader, std::string(16, '\0'));
+    makeReadOnly(kReservePartition);
+    clearLog();
+    EXPECT_EQ(fpga.writeFpgaOpInfoEn(kReservePartition, "sr:1"), -1);
+    EXPECT_TRUE(logged(ANDROID_LOG_ERROR, "writeFpgaOpInfo first writeInterface failed"));
+    expectPartitionUnchangedExcept();
+
+    writePartition(kEnableHeader, kHeader);
+    clearLog();
+    EXPECT_EQ(fpga.writeFpgaOpInfoEn(kReservePartition, "sr:1"), -1);
+    EXPECT_TRUE(logged(ANDROID_LOG_DEBUG, "writeFpgaOpInfo count = -1"));
+    EXPECT_EQ(count("writeFpgaOpInfo first writeInterface failed"), 0u);
+    expectPartitionUnchangedExcept();
 }
 
 // ---- The watcher ----
@@ -533,7 +761,7 @@ INSTANTIATE_TEST_SUITE_P(
                           "/proc/fpga/errinfoto_op Lseek err:Illegal seek", true},
                 NodeFault{"ReadError", [] { fault_node::injectReadError(EIO); }, "buf read err",
                           true}),
-        [](const auto& info) { return std::string(info.param.name); });
+        caseName);
 
 // Events arrive far faster than partition writes and kernel log dumps finish.
 TEST_F(FpgaWatcherTest, BurstLosesNoCountAndDumpsAtMostTwicePerKindPerWindow) {
@@ -573,6 +801,23 @@ TEST_F(FpgaWatcherTest, BurstLosesNoCountAndDumpsAtMostTwicePerKindPerWindow) {
     }
     EXPECT_LE(logDirEntries().size(), 10u);
     endWatcher();
+}
+
+// The daemon's own watcher thread: once the emulated platform calls the daemon idle after a
+// fault, the fault is counted in the partition and its capture has been decided, with no log
+// line waited for.
+TEST_F(FpgaWatcherTest, DaemonIsIdleOnlyOnceTheFaultIsRecordedAndItsCaptureDecided) {
+    createReservePartition();
+    createFaultNode();
+    ZenthFpga().startFpgaThread();
+    ASSERT_TRUE(emulated::waitUntilIdle(kWait));
+    ASSERT_EQ(fault_node::pollCalls(), 1u);
+
+    fault_node::injectValue(2);
+    ASSERT_TRUE(emulated::waitUntilIdle(kWait));
+    EXPECT_EQ(countAt(kSrCount), 1);
+    EXPECT_EQ(savedDumps().size(), 1u);
+    EXPECT_EQ(fault_node::pollCalls(), 2u);
 }
 
 }  // namespace

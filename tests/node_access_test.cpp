@@ -20,7 +20,6 @@
 #include <android/log.h>
 
 #include <climits>
-#include <cstring>
 #include <filesystem>
 #include <set>
 #include <string>
@@ -41,10 +40,6 @@ namespace {
 constexpr const char* kNode = "/proc/zenth_test/node";
 const std::string kBrightness = "/sys/class/leds/red/brightness";
 constexpr off_t kEnableArea = 0x514320;
-
-std::string openFailure(const std::string& path, int error) {
-    return "D open " + path + " failed! err:" + std::strerror(error) + "\n";
-}
 
 class NodeAccessTest : public DeviceTest {
   protected:

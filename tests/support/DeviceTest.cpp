@@ -23,6 +23,7 @@
 #include <algorithm>
 #include <condition_variable>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <iterator>
 #include <mutex>
@@ -54,6 +55,11 @@ void captureLogger(const struct __android_log_message* log_message) {
     gLog->push_back({log_message->priority, log_message->tag != nullptr ? log_message->tag : "",
                      log_message->message});
     gLogChanged.notify_all();
+}
+
+size_t countMessage(const std::vector<zenth_test::LogLine>& all, const std::string& message) {
+    return std::count_if(all.begin(), all.end(),
+                         [&](const zenth_test::LogLine& line) { return line.message == message; });
 }
 
 }  // namespace
@@ -130,9 +136,7 @@ size_t DeviceTest::count(int priority, const std::string& tag, const std::string
 }
 
 size_t DeviceTest::count(const std::string& message) const {
-    const std::vector<LogLine> all = lines();
-    return std::count_if(all.begin(), all.end(),
-                         [&](const LogLine& line) { return line.message == message; });
+    return countMessage(lines(), message);
 }
 
 std::string DeviceTest::messages(const std::string& tag) const {
@@ -153,11 +157,7 @@ bool DeviceTest::waitFor(const Predicate& predicate, std::chrono::milliseconds t
 bool DeviceTest::waitFor(const std::string& message, size_t times,
                          std::chrono::milliseconds timeout) const {
     return waitFor(
-            [&](const std::vector<LogLine>& all) {
-                return static_cast<size_t>(std::count_if(
-                               all.begin(), all.end(),
-                               [&](const LogLine& l) { return l.message == message; })) >= times;
-            },
+            [&](const std::vector<LogLine>& all) { return countMessage(all, message) >= times; },
             timeout);
 }
 
@@ -168,6 +168,10 @@ void DeviceTest::clearLog() {
 
 std::string DeviceTest::defaultTag() {
     return ZENTH_DAEMON_NAME;
+}
+
+std::string DeviceTest::openFailure(const std::string& devicePath, int error) {
+    return "D open " + devicePath + " failed! err:" + std::strerror(error) + "\n";
 }
 
 int DeviceTest::openDescriptorCount() {

@@ -25,6 +25,8 @@
 // is still held in usleep or a descriptor opened during the test is still open, and removes
 // the root folder.
 
+#include <signal.h>
+#include <sys/resource.h>
 #include <sys/types.h>
 
 #include <chrono>
@@ -124,6 +126,8 @@ class DeviceTest : public ::testing::Test {
     // The tag of lines logged without one: liblog gives them the program's name, which on a
     // phone is the daemon's binary.
     static std::string defaultTag();
+    // The node access's line for an open that failed, as messages() shows it.
+    static std::string openFailure(const std::string& devicePath, int error);
 
   private:
     // Takes the current image as the baseline.
@@ -138,4 +142,27 @@ class DeviceTest : public ::testing::Test {
     std::vector<LogLine> log_;  // guarded by the logger's lock
     std::string partitionBaseline_;
     int descriptorsAtStart_ = 0;
+};
+
+// Names each case of a parameterised test by its `name` field.
+inline const auto caseName = [](const auto& info) { return std::string(info.param.name); };
+
+// Lowers the process's file size limit while it lives; a write past it is cut short or
+// fails with EFBIG instead of raising SIGXFSZ.
+class FileSizeLimit {
+  public:
+    explicit FileSizeLimit(rlim_t bytes) {
+        getrlimit(RLIMIT_FSIZE, &saved_);
+        savedHandler_ = signal(SIGXFSZ, SIG_IGN);
+        rlimit limit = {bytes, saved_.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~FileSizeLimit() {
+        setrlimit(RLIMIT_FSIZE, &saved_);
+        signal(SIGXFSZ, savedHandler_);
+    }
+
+  private:
+    rlimit saved_{};
+    sighandler_t savedHandler_;
 };

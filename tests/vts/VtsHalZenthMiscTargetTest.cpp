@@ -16,9 +16,7 @@
 
 // A client of the registered service, as any client on the phone is. Every method is called
 // with checks that hold on any phone shipping the service, and only with calls that change
-// nothing on it: no node is written, no calibration stored. Checks that would write the
-// reserve partition or the persist files if the service had regressed run on the host only
-// (HostRunner.cpp).
+// nothing on it: no node is written, no calibration stored.
 
 #include <aidl/Gtest.h>
 #include <aidl/Vintf.h>

@@ -14,16 +14,17 @@
  * limitations under the License.
  */
 
-// Calibration data: the service object's start (storage detection and the hand-over of
-// stored calibration to the motor, tri-state key and magnetic cover drivers) and
-// saveCalibrationData, which stores what the next start hands over.
+// The data the daemon keeps for its drivers. Calibration data: the service object's start
+// (storage detection and the hand-over of stored calibration to the motor, tri-state key and
+// magnetic cover drivers) and saveCalibrationData, which stores what the next start hands
+// over. The fan probe: the fan variant from the hardware id of the reserve partition, and the
+// RPM table handed to the driver.
 
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 
 #include <array>
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <optional>
@@ -35,8 +36,8 @@
 #include "MiscLogTag.h"
 #include "ReservePartition.h"
 #include "support/DeviceTest.h"
-#include "support/FileSizeLimit.h"
 #include "zenth_host/EmulatedDevice.h"
+#include "zenthmisc-impl/ZenthFan.h"
 #include "zenthmisc-impl/ZenthMisc.h"
 
 namespace aidl::vendor::zenth::hardware::misc {
@@ -64,8 +65,10 @@ std::string motorRecord(const std::array<int32_t, 6>& values) {
     return bytes;
 }
 
-std::string openFailure(const std::string& path, int error) {
-    return "D open " + path + " failed! err:" + std::strerror(error) + "\n";
+// The first line of a start: the storage it detected.
+std::string detection(bool reserve, bool emmc) {
+    return std::string("D gIsReserveIntegrate=") + (reserve ? "1" : "0") +
+           ", gIsEmmcStorage=" + (emmc ? "1" : "0") + "\n";
 }
 
 class CalibrationTest : public DeviceTest {
@@ -108,10 +111,7 @@ TEST_F(CalibrationTest, StartDetectsTheStorageAndReadsTheMatchingMotorRecord) {
             auto service = startService();
 
             const std::string log = serviceLog();
-            EXPECT_EQ(log.rfind(std::string("D gIsReserveIntegrate=") + (reserve ? "1" : "0") +
-                                        ", gIsEmmcStorage=" + (ufs ? "0" : "1") + "\n",
-                                0),
-                      0u);
+            EXPECT_EQ(log.rfind(detection(reserve, !ufs), 0), 0u);
             EXPECT_EQ(gIsReserveIntegrate, reserve);
             EXPECT_EQ(gIsEmmcStorage, !ufs);
             EXPECT_EQ(readFile(kMotorNode), !reserve ? ""
@@ -125,22 +125,6 @@ TEST_F(CalibrationTest, StartDetectsTheStorageAndReadsTheMatchingMotorRecord) {
     std::filesystem::remove(hostPath(kReservePartition));
     ndk::SharedRefBase::make<ZenthMisc>();
     EXPECT_TRUE(gIsReserveIntegrate);
-}
-
-// A fresh process: the reserve flag starts out clear, so a device without the partition
-// refuses motor calibration.
-TEST_F(CalibrationTest, FreshDaemonWithoutReservePartitionRefusesMotorCalibration) {
-    writeFile(kMotorNode, "");  // a device folder that is not empty is used as it is
-    std::system(("echo 'saveCalibrationData motor i32:1,2,3,4,5,6' | " ZENTH_EMULATOR
-                 " " ZENTH_PHONE_BINARY " --fast-sleep --device " +
-                 rootFolder() + " >" + hostPath("out") + " 2>" + hostPath("log"))
-                        .c_str());
-    EXPECT_EQ(readFile("out"), "false\n");
-    const std::string log = readFile("log");
-    EXPECT_NE(log.find(": gIsReserveIntegrate=0, gIsEmmcStorage=1\n"), std::string::npos) << log;
-    EXPECT_NE(log.find(" D vendor.zenth.hardware.ZenthMisc-V1-service: do nothing\n"),
-              std::string::npos)
-            << log;
 }
 
 TEST_F(CalibrationTest, StartWritesTheMotorRecordAsTextOrRefusesAnEmptyOne) {
@@ -183,8 +167,7 @@ TEST_F(CalibrationTest, StartWritesTheMotorRecordAsTextOrRefusesAnEmptyOne) {
 
         auto service = startService();
 
-        EXPECT_EQ(serviceLog(),
-                  "D gIsReserveIntegrate=1, gIsEmmcStorage=1\n" + c.log + kNoMagneticFile);
+        EXPECT_EQ(serviceLog(), detection(true, true) + c.log + kNoMagneticFile);
         EXPECT_EQ(exists(kMotorNode), c.node != nullptr) << "the driver node was created";
         if (c.node != nullptr) {
             EXPECT_EQ(readFile(kMotorNode), c.node);
@@ -446,6 +429,134 @@ TEST_F(CalibrationStoreTest, MotorRecordIsWrittenInPlace) {
         EXPECT_FALSE(exists(kTriStateData));
         EXPECT_FALSE(exists(kMagneticData));
     }
+}
+
+// ---- The fan probe ----
+
+constexpr const char* kDeviceIdNode = "/sys/class/leds/fan/device_id";
+constexpr const char* kRpmTableNode = "/sys/class/leds/fan/rpm_table";
+constexpr off_t kFanRegionEmmc = 5107712;
+constexpr off_t kFanRegionUfs = 5369856;
+constexpr off_t kRpmTable = 64;
+const std::string kReserveEmmc = detection(true, true);
+
+class FanProbeTest : public CalibrationTest {
+  protected:
+    // Runs the probe and returns its service-tag lines, less the destructor's last one.
+    std::string probe() {
+        clearLog();
+        {
+            ZenthFan fan;  // probes as it starts; its destructor logs last
+        }
+        std::string log = messages(kMiscLogTag);
+        const std::string last = "D ZenthFan::~ZenthFan\n\n";
+        EXPECT_EQ(log.substr(log.size() - last.size()), last);
+        return log.substr(0, log.size() - last.size());
+    }
+};
+
+TEST_F(FanProbeTest, HardwareIdSelectsTheDeviceId) {
+    const std::pair<std::string, const char*> cases[] = {
+            {"473918000001", "0"}, {"473918000005", "0"}, {"473918000003", "1"},
+            {"473918000004", "1"}, {"473918000002", "x"}, {"573918000001", "x"},
+            {"47391800", "x"},  // the node holds "x" before the probe
+    };
+    createReservePartition();
+    for (const auto& [hardwareId, deviceId] : cases) {
+        writePartition(kFanRegionEmmc, hardwareId + std::string(12 - hardwareId.size(), '\0'));
+        writeFile(kDeviceIdNode, "x");
+        const std::string outcome = deviceId[0] == 'x' ? "D invalid data\n"
+                                                       : std::string("D set fan device_id = ") +
+                                                                 deviceId + "\nD write 1 bytes\n";
+        EXPECT_EQ(probe(), kReserveEmmc + "D fan device_id support = 1\nD read fan hw id = " +
+                                   hardwareId + "\n" + outcome + "D fan rpm_table support = 0\n");
+        EXPECT_EQ(readFile(kDeviceIdNode), deviceId);
+    }
+}
+
+// A different variant and table in the other storage kind's region show which one is read;
+// the service object's flag claims the opposite storage, and the probe must not use it.
+TEST_F(FanProbeTest, ReadsTheRegionOfItsStorageKindAndWritesNoPartitionByte) {
+    createReservePartition();
+    for (bool ufs : {false, true}) {
+        const off_t region = ufs ? kFanRegionUfs : kFanRegionEmmc;
+        const off_t other = ufs ? kFanRegionEmmc : kFanRegionUfs;
+        writePartition(region, "473918000003");
+        writePartition(region + kRpmTable, std::string("1000,2000\0", 10));
+        writePartition(other, "473918000001");
+        writePartition(other + kRpmTable, std::string("9999\0", 5));
+        if (ufs) makeUfsStorage();
+        writeFile(kDeviceIdNode, "");
+        writeFile(kRpmTableNode, "");
+        gIsEmmcStorage = ufs;
+
+        const std::string log = probe();
+
+        EXPECT_EQ(log.rfind(detection(true, !ufs), 0), 0u);
+        EXPECT_EQ(readFile(kDeviceIdNode), "1");
+        EXPECT_EQ(readFile(kRpmTableNode), "1000,2000");
+        expectPartitionUnchangedExcept();
+    }
+}
+
+TEST_F(FanProbeTest, RpmTableIsWrittenAsTextUpToItsEnd) {
+    struct Case {
+        std::string region;  // bytes at region offset 64 onwards
+        std::string shown;   // the text in the log line and the bytes written
+    };
+    const Case cases[] = {
+            {std::string("3000,4000\0garbage", 17), "3000,4000"},
+            {std::string(128, 'r') + "OVER", std::string(128, 'r')},  // the 129th byte is not read
+            {std::string("\0rest", 5), ""},
+    };
+    createReservePartition();
+    for (const Case& c : cases) {
+        writePartition(kFanRegionEmmc + kRpmTable, c.region);
+        writeFile(kRpmTableNode, "");
+        EXPECT_EQ(probe(), kReserveEmmc +
+                                   "D fan device_id support = 0\nD fan rpm_table support = 1\n"
+                                   "D read fan rpm table info = " +
+                                   c.shown + "\nD write " + std::to_string(c.shown.size()) +
+                                   " bytes\n");
+        EXPECT_EQ(readFile(kRpmTableNode), c.shown);
+    }
+}
+
+// A partition that ends inside the region: whatever a read returns, down to one byte, is
+// used; a read that returns nothing ends the step.
+TEST_F(FanProbeTest, ShortReadsOfTheRegionAreUsed) {
+    writeFile(kDeviceIdNode, "x");
+    writeFile(kRpmTableNode, "keep");
+    writeFile(kReservePartition, std::string(kFanRegionEmmc, '\0') + "4");
+    EXPECT_EQ(probe(), kReserveEmmc +
+                               "D fan device_id support = 1\nD read fan hw id = 4\nD invalid data\n"
+                               "D fan rpm_table support = 1\n");
+    writeFile(kReservePartition,
+              std::string(kFanRegionEmmc, '\0') + "473918000001" + std::string(52, '\0') + "7");
+    EXPECT_EQ(probe(), kReserveEmmc +
+                               "D fan device_id support = 1\nD read fan hw id = 473918000001\n"
+                               "D set fan device_id = 0\nD write 1 bytes\n"
+                               "D fan rpm_table support = 1\nD read fan rpm table info = 7\n"
+                               "D write 1 bytes\n");
+    EXPECT_EQ(readFile(kDeviceIdNode), "0");
+    EXPECT_EQ(readFile(kRpmTableNode), "7eep");
+}
+
+// Each step runs only with its node and the reserve partition.
+TEST_F(FanProbeTest, StepsWithoutTheirNodeOrTheReserveOnlyLog) {
+    writeFile(kDeviceIdNode, "");
+    writeFile(kRpmTableNode, "");
+    EXPECT_EQ(probe(), detection(false, true) +
+                               "D fan device_id support = 1\n"
+                               "D fan rpm_table support = 1\n");
+    EXPECT_EQ(readFile(kDeviceIdNode), "");
+    EXPECT_EQ(readFile(kRpmTableNode), "");
+    std::filesystem::remove_all(hostPath("/sys/class/leds"));
+    createReservePartition();
+    writePartition(kFanRegionEmmc, "473918000004");
+    writePartition(kFanRegionEmmc + kRpmTable, "10,20");
+    EXPECT_EQ(probe(), kReserveEmmc + "D fan device_id support = 0\nD fan rpm_table support = 0\n");
+    EXPECT_FALSE(exists(kDeviceIdNode));
 }
 
 }  // namespace
