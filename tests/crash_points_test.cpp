@@ -47,7 +47,7 @@ using zenth_test::runPhone;
 using zenth_test::slurp;
 
 constexpr const char* kPersist = "/mnt/vendor/persist/engineermode/";
-constexpr const char* kLogDir = "/mnt/vendor/zenthreserve/fpga_save_log";
+using zenth_test::kLogDir;
 constexpr const char* kMotorNode = "/sys/class/motor/hall_calibration";
 constexpr int kFieldSize = misc::kCounterFieldSize;
 constexpr int kRebootField = misc::fpgaOpInfoFieldOffset(misc::kFpgaRebootField);

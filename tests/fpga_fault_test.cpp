@@ -53,7 +53,7 @@ using zenth_test::LogLine;
 namespace fault_node = emulated::fault_node;
 namespace kernel_log = emulated::kernel_log;
 
-constexpr const char* kLogDir = "/mnt/vendor/zenthreserve/fpga_save_log";
+using zenth_test::kLogDir;
 constexpr const char* kLogParent = "/mnt/vendor/zenthreserve";
 
 size_t countPrefixed(const std::vector<LogLine>& lines, const std::string& prefix) {

@@ -176,7 +176,7 @@ TEST_F(ServiceEntryTest, RefusedRegistrationAbortsBeforeServing) {
 
 // ---- The emulated phone ----
 
-constexpr const char* kLogDir = "/mnt/vendor/zenthreserve/fpga_save_log";
+using zenth_test::kLogDir;
 
 class ConsoleTest : public DeviceTest {
   protected:

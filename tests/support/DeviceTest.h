@@ -45,6 +45,9 @@ namespace zenth_test {
 // How long a test waits for work it started on another thread before it gives up.
 inline constexpr std::chrono::milliseconds kWait{10000};
 
+// Where the FPGA fault's kernel log dumps are saved.
+inline constexpr const char* kLogDir = "/mnt/vendor/zenthreserve/fpga_save_log";
+
 struct LogLine {
     int priority;
     std::string tag;
